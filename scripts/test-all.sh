@@ -1,0 +1,30 @@
+#!/usr/bin/env bash
+# From a fresh machine: installs, builds (plain and sanitizer), starts the test
+# databases, runs every test, and stops the databases again.
+set -euo pipefail
+repo="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd -P)"
+cd "$repo"
+
+bash scripts/install-deps.sh
+bash scripts/build.sh release
+bash scripts/build.sh asan
+
+. scripts/odbc-env.sh
+trap 'bash scripts/db-stop.sh all || true' EXIT
+bash scripts/db-start.sh all
+
+# The host against every database first: the quickest sign the rig is whole.
+for dsn in orl_sqlite orl_pg orl_maria; do
+    ./build/tools/orlodbc/orlodbc --dsn "$dsn" --user orl --password orl_pw
+done
+
+# Integration tests share tables in the servers, so they run one at a time.
+ctest --test-dir build -L unit --output-on-failure -j "$(nproc)"
+ctest --test-dir build -L integration --output-on-failure
+
+# Leaks inside the databases' own ODBC drivers and the driver manager are
+# theirs, not ours; everything of this project is still checked.
+export LSAN_OPTIONS="suppressions=$repo/scripts/lsan.supp:print_suppressions=0"
+export ASAN_OPTIONS="detect_leaks=1:abort_on_error=0"
+export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
+ctest --test-dir build-asan --output-on-failure
