@@ -59,7 +59,7 @@ SQLRETURN exec(void* hdbc, const char* sql) {
 long countRows(void* hdbc, const char* sql) {
     SQLHSTMT st = SQL_NULL_HSTMT;
     SQLAllocHandle(SQL_HANDLE_STMT, static_cast<SQLHDBC>(hdbc), &st);
-    long n = -1;
+    SQLINTEGER n = -1;
     SQLLEN ind = 0;
     if (SQL_SUCCEEDED(SQLExecDirect(st, (SQLCHAR*)sql, SQL_NTS)) && SQL_SUCCEEDED(SQLFetch(st)))
         SQLGetData(st, 1, SQL_C_SLONG, &n, 0, &ind);

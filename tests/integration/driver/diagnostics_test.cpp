@@ -60,29 +60,6 @@ void open(Opened& o, const orltest::TestDsn& d) {
 
 } // namespace
 
-TEST(Diagnostics, MessageLongerThan512BytesComesThroughWhole) {
-    // The SQLite driver cuts its own messages at 512 bytes; the server's don't.
-    const orltest::TestDsn& d = orltest::testDsn("pg");
-    ORL_REQUIRE_DSN(d);
-    Opened o;
-    open(o, d);
-    std::string name(900, 'q');
-    RawStmt* st = new RawStmt(o.dbc);
-    EXPECT_EQ(Status_Error, st->Run("DO $$ BEGIN RAISE EXCEPTION '%', '" + name + "'; END $$"));
-    ASSERT_TRUE(st->HasInfo());
-    std::string state, message;
-    long code = 0;
-    st->GetInfo(state, code, message);
-    EXPECT_GT(message.size(), 900u);
-    EXPECT_NE(std::string::npos, message.find(name)) << message;
-    std::ostringstream dump;
-    st->DumpInfo(dump);
-    EXPECT_EQ("[" + state + "][" + std::to_string(code) + "][" + message + "]" + std::string(1, '\0'), dump.str());
-    // Disconnect deletes the statement node; ASan proves it is not deleted twice.
-    EXPECT_EQ(Status_Ok, o.dbc->Disconnect());
-    EXPECT_FALSE(o.dbc->IsConnected());
-}
-
 TEST(Diagnostics, FailureWithoutARecordGetsTheLibrarysOwnText) {
     const orltest::TestDsn& d = orltest::testDsn("sqlite");
     ORL_REQUIRE_DSN(d);
