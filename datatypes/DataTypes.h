@@ -88,5 +88,7 @@ long getMoneyFactor(const unsigned int& word);
 } // namespace DataTypes
 
 // Values, their packed form and binary hex text come with the type words.
+#include "datatypes/BinaryHex.h"
 #include "datatypes/DataValue.h"
 #include "datatypes/FixedDecimalValue.h"
+#include "datatypes/PackedValue.h"
