@@ -1,0 +1,100 @@
+#include "format/Calendar.h"
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+
+#include "host/DataService.h"
+
+namespace DataTypes {
+
+namespace {
+
+char s_defaultDateFormat[] = "%Y-%m-%dT%H:%M:%S";
+char s_defaultTimeFormat[] = "%H:%M:%S";
+
+// Days from 1 March to the first of each month, by tm_mon: the year is
+// counted from March so that the leap day falls at its end.
+constexpr int kDaysFromMarch[12] = {306, 337, 0, 31, 61, 92, 122, 153, 184, 214, 245, 275};
+
+// Days from 1 March 1900 to 1 January 1970 in the same count.
+constexpr int kEpochDays = 25508;
+
+bool isBlank(char c) {
+    return c == ' ' || c == '\t' || c == '\n' || c == '\v' || c == '\f' || c == '\r';
+}
+
+// Both halves as malloc blocks; the fraction is `digits` characters, '0'
+// where the text runs short, cut (not rounded) where it runs long.
+bool splitAtLastPoint(const char* text, size_t digits, char*& whole, char*& fraction) {
+    whole = nullptr;
+    fraction = nullptr;
+    if (text == nullptr) text = "";
+    const char* point = std::strrchr(text, '.');
+    size_t wholeLength = point ? static_cast<size_t>(point - text) : std::strlen(text);
+
+    whole = static_cast<char*>(std::malloc(wholeLength + 1));
+    fraction = static_cast<char*>(std::malloc(digits + 1));
+    if (whole == nullptr || fraction == nullptr) {
+        std::free(whole);
+        std::free(fraction);
+        whole = nullptr;
+        fraction = nullptr;
+        return false;
+    }
+    intl_strlcpy(whole, text, wholeLength + 1);
+    std::memset(fraction, '0', digits);
+    fraction[digits] = '\0';
+    if (point != nullptr) {
+        size_t n = 0;
+        for (const char* p = point + 1; *p != '\0' && n < digits; ++p) {
+            if (!isBlank(*p)) fraction[n++] = *p;
+        }
+    }
+    return true;
+}
+
+} // namespace
+
+char* g_date_format = s_defaultDateFormat;
+bool g_date_format_allocated = false;
+char* g_time_format = s_defaultTimeFormat;
+
+void setDateFormat(char* format) {
+    if (format == nullptr) return;
+    if (g_date_format_allocated) std::free(g_date_format);
+    g_date_format = strdup(format);
+    g_date_format_allocated = true;
+}
+
+long tm2sec(const tm* t) {
+    if (t->tm_year <= 69) {
+        // Before 1970 the C library decides, in the process zone; mktime
+        // normalises its own copy, the caller's record stays as it was.
+        tm local = *t;
+        return static_cast<long>(mktime(&local));
+    }
+    if (t->tm_mon < 0 || t->tm_mon > 11) return -1;
+
+    int32_t y = t->tm_year - (t->tm_mon < 2 ? 1 : 0);
+    // The day count is a 32-bit sum; it wraps (rather than trapping) for
+    // absurd years, and a wrapped count turns negative and gives -1 below or
+    // a wrong date, as it always has.
+    uint32_t days = static_cast<uint32_t>(y) * 365u + static_cast<uint32_t>(y / 4) -
+                    static_cast<uint32_t>(y / 100) + static_cast<uint32_t>((y / 100 + 3) / 4) +
+                    static_cast<uint32_t>(kDaysFromMarch[t->tm_mon]) + static_cast<uint32_t>(t->tm_mday) - 1u -
+                    static_cast<uint32_t>(kEpochDays);
+    int64_t seconds = ((static_cast<int64_t>(static_cast<int32_t>(days)) * 24 + t->tm_hour) * 60 + t->tm_min) * 60 +
+                      t->tm_sec;
+    return seconds < 0 ? -1 : static_cast<long>(seconds);
+}
+
+bool splitTimestamp(const char* text, char*& whole, char*& fraction) {
+    return splitAtLastPoint(text, 3, whole, fraction);
+}
+
+bool splitBigdatetime(const char* text, char*& whole, char*& fraction) {
+    return splitAtLastPoint(text, 6, whole, fraction);
+}
+
+} // namespace DataTypes
