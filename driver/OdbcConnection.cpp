@@ -68,25 +68,20 @@ int OdbcConnection::close() {
     return kOk;
 }
 
-int OdbcConnection::commit() {
+int OdbcConnection::endTransaction(bool commitWork) {
+    const char* id = commitWork ? kErrCommit : kErrRollback;
     if (dbc == nullptr) {
-        LogServiceImpl::log(kErrCommit, "");
+        LogServiceImpl::log(id, "");
         return kFailed;
     }
-    if (dbc->Commit() == ODBC::Status_Ok) return kOk;
-    report(kErrCommit, dbc);
+    if ((commitWork ? dbc->Commit() : dbc->Rollback()) == ODBC::Status_Ok) return kOk;
+    report(id, dbc);
     return kFailed;
 }
 
-int OdbcConnection::rollback() {
-    if (dbc == nullptr) {
-        LogServiceImpl::log(kErrRollback, "");
-        return kFailed;
-    }
-    if (dbc->Rollback() == ODBC::Status_Ok) return kOk;
-    report(kErrRollback, dbc);
-    return kFailed;
-}
+int OdbcConnection::commit() { return endTransaction(true); }
+
+int OdbcConnection::rollback() { return endTransaction(false); }
 
 std::string OdbcConnection::getDriverProperty(const std::string& key) {
     if (key == Driver::PROPERTY_KEY_DATABASE_TYPE) {

@@ -68,6 +68,7 @@ public:
 private:
     // Logs `id` with the source's diagnostic and appends it to lastErrors.
     void report(const char* id, ODBC::Odbc* source);
+    int endTransaction(bool commitWork);
 
     std::string dsn;
     std::string databaseType;

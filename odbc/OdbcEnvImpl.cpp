@@ -2,7 +2,6 @@
 
 #include <sqlext.h>
 
-#include <iostream>
 #include <new>
 
 #include "odbc/OdbcDbcImpl.h"
@@ -36,18 +35,8 @@ SQLHANDLE OdbcEnvImpl::GetHandle(e_Handle which) { return which == Handle_Env ? 
 
 OdbcDbc* OdbcEnvImpl::CreateDbc() {
     OdbcDbcImpl* dbc = new (std::nothrow) OdbcDbcImpl(this);
-    if (dbc == nullptr) {
-        std::cout << "OdbcEnvImpl::CreateDbc()  Failed to initialize dbc.  No error info available" << std::endl;
-        return nullptr;
-    }
-    if (dbc->Initialize() == Status_Ok) return dbc;
-    if (dbc->HasInfo()) {
-        std::ostringstream stream;
-        dbc->DumpInfo(stream);
-        std::cout << "OdbcEnvImpl::CreateDbc()  Failed to initialize dbc." << stream.str() << std::endl;
-    } else {
-        std::cout << "OdbcEnvImpl::CreateDbc()  Failed to initialize dbc.  No error info available" << std::endl;
-    }
+    if (dbc != nullptr && dbc->Initialize() == Status_Ok) return dbc;
+    PrintFactoryFailure(dbc, "OdbcEnvImpl::CreateDbc()  Failed to initialize dbc");
     delete dbc;
     return nullptr;
 }

@@ -153,20 +153,21 @@ void OdbcImpl::SetDiagnosticInfo(OdbcImpl* source) {
     }
 }
 
-OdbcEnv* OdbcImpl::CreateEnv() {
-    OdbcEnvImpl* env = new (std::nothrow) OdbcEnvImpl();
-    if (env == nullptr) {
-        std::cout << "OdbcImpl::CreateEnv()  Failed to initialize env.  No error info available" << std::endl;
-        return nullptr;
-    }
-    if (env->Initialize() == Status_Ok) return env;
-    if (env->HasInfo()) {
+void OdbcImpl::PrintFactoryFailure(OdbcImpl* object, const char* what) {
+    if (object != nullptr && object->HasInfo()) {
         std::ostringstream stream;
-        env->DumpInfo(stream);
-        std::cout << "OdbcImpl::CreateEnv()  Failed to initialize env." << stream.str() << std::endl;
+        object->DumpInfo(stream);
+        std::cout << what << "." << stream.str() << std::endl;
     } else {
-        std::cout << "OdbcImpl::CreateEnv()  Failed to initialize env.  No error info available" << std::endl;
+        std::cout << what << ".  No error info available" << std::endl;
     }
+}
+
+OdbcEnv* OdbcImpl::CreateEnv() {
+    static const char kWhat[] = "OdbcImpl::CreateEnv()  Failed to initialize env";
+    OdbcEnvImpl* env = new (std::nothrow) OdbcEnvImpl();
+    if (env != nullptr && env->Initialize() == Status_Ok) return env;
+    PrintFactoryFailure(env, kWhat);
     delete env;
     return nullptr;
 }

@@ -47,6 +47,11 @@ public:
     static OdbcEnv* CreateEnv();
 
 protected:
+    // A factory's failure goes to standard output, as a null result can't
+    // carry a status: "<what>." with the diagnostic, or with the note that
+    // there is none.
+    static void PrintFactoryFailure(OdbcImpl* object, const char* what);
+
     OdbcImpl* root;
     OdbcImpl* parent;
     std::map<OdbcImpl*, bool> children;
