@@ -1,5 +1,6 @@
 // Text and doubles into fixed decimals. Both go through one hand-written
 // reader; they differ in what they forgive afterwards.
+#include <climits>
 #include <cmath>
 
 #include "datatypes/FixedDecimalValue.h"
@@ -41,6 +42,24 @@ inline bool appendDigit(DecimalReading& r, unsigned digit) {
     return true;
 }
 
+// Reads up to `limit` digits, two at a time while the low word alone holds
+// them, which halves the multiply chain the common short numbers wait on.
+inline const char* readDigits(const char* p, int limit, DecimalReading& r) {
+    while (limit >= 2 && r.digits <= 17 && isDigit(p[0]) && isDigit(p[1])) {
+        r.low = r.low * 100 + static_cast<unsigned>(p[0] - '0') * 10 + static_cast<unsigned>(p[1] - '0');
+        r.digits += 2;
+        p += 2;
+        limit -= 2;
+    }
+    for (; limit > 0 && isDigit(*p); ++p, --limit) {
+        if (!appendDigit(r, static_cast<unsigned>(*p - '0'))) {
+            r.overflow = true;
+            return p;
+        }
+    }
+    return p;
+}
+
 // Reads [blanks][sign]digits[(.|,)digits][blanks][sign][blanks], keeping
 // exactly `scale` decimal places: further fraction digits are dropped, not
 // rounded, and missing ones are filled with zeros.
@@ -53,19 +72,15 @@ void readDecimal(const char* p, int scale, DecimalReading& r) {
         r.negative = true;
         ++p;
     }
-    for (; isDigit(*p); ++p) {
-        if (!appendDigit(r, static_cast<unsigned>(*p - '0'))) {
-            r.overflow = true;
-            return;
-        }
-    }
+    p = readDigits(p, INT_MAX, r);
+    if (r.overflow) return;
     // Both separate the fraction; there is no thousands separator.
     if (*p == '.' || *p == ',') ++p;
-    for (; remaining > 0 && isDigit(*p); ++p, --remaining) {
-        if (!appendDigit(r, static_cast<unsigned>(*p - '0'))) {
-            r.overflow = true;
-            return;
-        }
+    if (remaining > 0) {
+        const char* fractionStart = p;
+        p = readDigits(p, remaining, r);
+        if (r.overflow) return;
+        remaining -= static_cast<int>(p - fractionStart);
     }
     while (isDigit(*p)) ++p;
     for (; remaining > 0; --remaining) {

@@ -31,15 +31,26 @@ inline uint64_t addWord(uint64_t& sum, uint64_t x) {
 }
 
 // The full 256-bit product of two 128-bit numbers, out[0] least significant.
+// Decimal magnitudes and the smaller powers of ten fit one word, so the
+// products with a zero high word take the short way.
 inline void mul128x128(uint64_t aHigh, uint64_t aLow, uint64_t bHigh, uint64_t bLow, uint64_t out[4]) {
-    uint64_t h00, l00, h01, l01, h10, l10, h11, l11;
+    uint64_t h00, l00;
     mulWords(aLow, bLow, h00, l00);
     out[0] = l00;
-    if ((aHigh | bHigh) == 0) {  // the common case: both fit one word
-        out[1] = h00;
-        out[2] = out[3] = 0;
+    if (aHigh == 0 || bHigh == 0) {
+        // One side is a single word w, the other (x1, x0): w*x0 + (w*x1 << 64).
+        const uint64_t w = aHigh == 0 ? aLow : bLow;
+        const uint64_t x1 = aHigh == 0 ? bHigh : aHigh;
+        uint64_t h1, l1;
+        mulWords(w, x1, h1, l1);
+        uint64_t w1 = h00;
+        const uint64_t c = addWord(w1, l1);
+        out[1] = w1;
+        out[2] = h1 + c;
+        out[3] = 0;
         return;
     }
+    uint64_t h01, l01, h10, l10, h11, l11;
     mulWords(aLow, bHigh, h01, l01);
     mulWords(aHigh, bLow, h10, l10);
     mulWords(aHigh, bHigh, h11, l11);
@@ -61,11 +72,12 @@ inline void mulLow128(uint64_t aHigh, uint64_t aLow, uint64_t bHigh, uint64_t bL
 }
 
 // (high, low) * 10 + digit, or false if the high word is past the point where
-// the product could lose a bit.
+// the product could lose a bit. Times ten is 8x + 2x: two shifts, no multiply.
 inline bool mulTenAdd(unsigned long long& high, unsigned long long& low, unsigned digit) {
     if (high > 0x0CCCCCCCCCCCCCCCull) return false;
-    uint64_t carry, newLow;
-    mulWords(low, 10, carry, newLow);
+    const uint64_t times8 = low << 3;
+    uint64_t newLow = times8;
+    uint64_t carry = (low >> 61) + (low >> 63) + addWord(newLow, low << 1);
     carry += addWord(newLow, digit);
     high = high * 10 + carry;
     low = newLow;
