@@ -58,7 +58,7 @@ public:
     e_Status GetData(tagTIMESTAMP_STRUCT& value) override;
     e_Status GetData(tagTIME_STRUCT& value) override;
 
-private:
+protected:
     struct Pending {
         void* data;           // malloc'ed copy, owned; null for a NULL row
         unsigned int length;  // binary values only
