@@ -1,0 +1,102 @@
+#!/usr/bin/env bash
+# shellcheck source-path=SCRIPTDIR
+# Project-local ODBC configuration for the tests.
+#   . scripts/odbc-env.sh     (bash) writes the files and exports ORL_RUN_DIR, ODBCSYSINI, ODBCINI
+#   scripts/odbc-env.sh       only writes $ORL_RUN_DIR/odbc/{odbcinst.ini,odbc.ini,env.sh}
+#
+# unixODBC reads drivers from $ODBCSYSINI/odbcinst.ini and DSNs from $ODBCINI (the user file,
+# instead of ~/.odbc.ini) and then $ODBCSYSINI/odbc.ini (the system file, instead of
+# /etc/odbc.ini). Both point at our one odbc.ini, so no file outside the run dir takes part.
+
+if [[ "${BASH_SOURCE[0]}" != "$0" ]]; then
+    # Sourced: do the writing in a child so the caller's shell options stay untouched.
+    bash "${BASH_SOURCE[0]}" || return 1
+    ORL_RUN_DIR="$(realpath -m "${ORL_RUN_DIR:-$(dirname "${BASH_SOURCE[0]}")/../build/run}")"
+    # shellcheck disable=SC1091  # written just above by the child
+    . "$ORL_RUN_DIR/odbc/env.sh"
+    return 0
+fi
+
+set -euo pipefail
+. "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
+
+# Absolute path of an ODBC driver library, from its package's file list or the usual place.
+find_driver() {
+    local file="$1" pkg="$2" path
+    path="$(dpkg -L "$pkg" 2>/dev/null | grep -m1 "/$file\$" || true)"
+    [[ -n "$path" && -e "$path" ]] || path="$(ls /usr/lib/*/odbc/"$file" 2>/dev/null | head -n1 || true)"
+    [[ -n "$path" && -e "$path" ]] || die "ODBC driver $file not found (run scripts/install-deps.sh)"
+    printf '%s\n' "$path"
+}
+
+sqlite_drv="$(find_driver libsqlite3odbc.so libsqliteodbc)"
+pg_drv="$(find_driver psqlodbcw.so odbc-postgresql)"   # the Unicode (W) build
+maria_drv="$(find_driver libmaodbc.so odbc-mariadb)"
+
+odbc_dir="$ORL_RUN_DIR/odbc"
+mkdir -p "$odbc_dir" "$ORL_RUN_DIR/sqlite"
+
+# Written to a temp file and moved, so a test reading the files never sees half of one.
+write_file() {
+    local dest="$1" tmp
+    tmp="$(mktemp "$dest.XXXXXX")"
+    cat > "$tmp"
+    chmod 644 "$tmp"
+    mv -f "$tmp" "$dest"
+}
+
+# CommLog/Debug off: the packaged driver entries turn the PostgreSQL driver's
+# communication log on, which scatters log files into /tmp.
+write_file "$odbc_dir/odbcinst.ini" <<INI
+[ORL SQLite3]
+Description=SQLite3 ODBC driver
+Driver=$sqlite_drv
+Setup=$sqlite_drv
+
+[ORL PostgreSQL Unicode]
+Description=PostgreSQL ODBC driver (Unicode)
+Driver=$pg_drv
+Debug=0
+CommLog=0
+
+[ORL MariaDB Unicode]
+Description=MariaDB Connector/ODBC (Unicode)
+Driver=$maria_drv
+Threading=0
+INI
+
+# No user or password here: the library hands both to SQLConnect.
+write_file "$odbc_dir/odbc.ini" <<INI
+[orl_sqlite]
+Description=ORL test database (SQLite3)
+Driver=ORL SQLite3
+Database=$ORL_RUN_DIR/sqlite/orl.db
+
+[orl_pg]
+Description=ORL test database (PostgreSQL)
+Driver=ORL PostgreSQL Unicode
+Servername=127.0.0.1
+Port=$ORL_PG_PORT
+Database=$ORL_DB_NAME
+SSLmode=disable
+Debug=0
+CommLog=0
+
+[orl_maria]
+Description=ORL test database (MariaDB)
+Driver=ORL MariaDB Unicode
+SERVER=127.0.0.1
+PORT=$ORL_MARIA_PORT
+DATABASE=$ORL_DB_NAME
+INI
+
+# ODBCINSTINI would rename odbcinst.ini and ODBCSEARCH would skip one of the DSN files.
+write_file "$odbc_dir/env.sh" <<SH
+export ORL_RUN_DIR='$ORL_RUN_DIR'
+export ODBCSYSINI='$odbc_dir'
+export ODBCINI='$odbc_dir/odbc.ini'
+export ORL_PG_PORT=$ORL_PG_PORT ORL_MARIA_PORT=$ORL_MARIA_PORT
+unset ODBCINSTINI ODBCSEARCH
+SH
+
+log "wrote $odbc_dir/{odbcinst.ini,odbc.ini,env.sh}"
