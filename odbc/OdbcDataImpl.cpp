@@ -134,8 +134,9 @@ e_Status OdbcDataImpl::SetBindArea() {
 e_Status OdbcDataImpl::Store(short type, int length, const void* bytes, unsigned int n, SQLLEN newIndicator) {
     SetCType(type, length);
     SetBindArea();
-    // A failed allocation leaves the area short; the value then can't be written.
-    if (bindArea.Data() != nullptr && bindArea.Size() >= n && n > 0) std::memcpy(bindArea.Data(), bytes, n);
+    // The 64-bit integers may have an area of one byte: the first allocation's
+    // slack holds their 8. Without any buffer (out of memory) nothing is written.
+    if (bindArea.Data() != nullptr && bindArea.Capacity() > n && n > 0) std::memcpy(bindArea.Data(), bytes, n);
     indicator = newIndicator;
     return Status_Ok;
 }
