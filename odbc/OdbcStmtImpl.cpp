@@ -2,7 +2,6 @@
 
 #include <sqlext.h>
 
-#include <cstring>
 #include <new>
 
 #include "odbc/OdbcParamArrayImpl.h"
@@ -113,7 +112,8 @@ e_Status OdbcStmtImpl::Bind() {
         if (batchSize > 0) {
             SQLUSMALLINT* fresh = new (std::nothrow) SQLUSMALLINT[static_cast<size_t>(batchSize)];
             if (fresh == nullptr) return GetStatus(-1);
-            std::memset(fresh, 0, sizeof(SQLUSMALLINT) * static_cast<size_t>(batchSize));
+            // A row the driver doesn't report reads as a failure, not as a success.
+            for (int row = 0; row < batchSize; ++row) fresh[row] = SQL_PARAM_UNUSED;
             delete[] paramStatus;
             paramStatus = fresh;
             paramStatusRows = batchSize;
