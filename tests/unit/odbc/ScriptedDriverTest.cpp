@@ -334,3 +334,22 @@ TEST_F(Scripted, BatchBindsColumnWiseArrays) {
     EXPECT_EQ(st->Execute(), Status_Ok);
     EXPECT_TRUE(ScriptDsn::Instance().Since(mark, "bindparam").empty());
 }
+
+TEST_F(Scripted, NoResultAndNoConnection) {
+    // No columns: CreateColumns succeeds, and the status is SQLFetch's own.
+    OdbcStmt* st = Run("rows=0");
+    EXPECT_EQ(st->Fetch(), Status_Error);
+    std::string state, message;
+    long code = 0;
+    st->GetInfo(state, code, message);
+    EXPECT_EQ(state, "24000");
+    EXPECT_EQ(st->GetColumn(1), nullptr);
+
+    // Without a session no statement handle can be made: factories give null
+    // and the reason stays at the root.
+    dbc->Disconnect();
+    EXPECT_EQ(dbc->CreateStmt(), nullptr);
+    EXPECT_TRUE(dbc->HasInfo());
+    EXPECT_EQ(dbc->ScanTables(nullptr, nullptr, nullptr, nullptr), nullptr);
+    EXPECT_EQ(dbc->ScanProcedures(nullptr, nullptr, nullptr), nullptr);
+}
