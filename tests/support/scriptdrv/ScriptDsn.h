@@ -44,6 +44,11 @@ private:
         setenv("ORL_SCRIPTDRV_LOG", log.c_str(), 1);
     }
 
+    ~ScriptDsn() {
+        for (const char* name : {"/odbcinst.ini", "/odbc.ini", "/calls.log"}) std::remove((directory + name).c_str());
+        rmdir(directory.c_str());
+    }
+
     std::vector<std::string> ReadAll() const {
         std::vector<std::string> lines;
         std::ifstream in(log);
