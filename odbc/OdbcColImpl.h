@@ -23,6 +23,7 @@ public:
     // Undefined on a column the driver described with an empty name.
     e_Status GetName(std::string& value) override;
     e_Status GetCType(short& type) override;
+    using OdbcDataImpl::GetCType;
     e_Status GetSqlType(short& type, unsigned int& size, short& digits) override;
     e_Status GetData(bool& value) override { return OdbcDataImpl::GetData(value); }
     e_Status GetData(char& value) override { return OdbcDataImpl::GetData(value); }
