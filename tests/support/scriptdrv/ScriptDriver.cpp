@@ -8,7 +8,7 @@
 // Statement text: directives separated by ';'
 //   col=NAME:SQLTYPE:SIZE:KIND:ARG[:nototal][:unsigned][:disp=N][:nullrow=K]
 //       KIND text|bin (ARG = length; bytes 'a'+i%26 or i%251), num (ARG the
-//       number), ts, time. nullrow=K makes row K NULL (-1: every row).
+//       number), ts, time, nodata (every read answers SQL_NO_DATA). nullrow=K makes row K NULL (-1: every row).
 //   rows=N        rows of each result (default 1)
 //   next          starts a further result set (for SQLMoreResults)
 //   error         SQLExecute fails with 42000; longmsg=N makes its message N bytes
@@ -497,7 +497,9 @@ SQLRETURN SQL_API SQLGetData(SQLHSTMT hstmt, SQLUSMALLINT number, SQLSMALLINT cT
     SQLLEN reported = 0;
     int& calls = st->calls[number - 1];
     SQLLEN& offset = st->offsets[number - 1];
-    if (c.nullRow == -1 || c.nullRow == st->row) {
+    if (c.kind == "nodata") {
+        rc = SQL_NO_DATA;
+    } else if (c.nullRow == -1 || c.nullRow == st->row) {
         reported = SQL_NULL_DATA;
     } else if (c.kind == "num" && cType != SQL_C_CHAR && cType != SQL_C_BINARY) {
         long long v = std::strtoll(c.arg.c_str(), nullptr, 10);

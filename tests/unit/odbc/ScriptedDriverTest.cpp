@@ -353,3 +353,13 @@ TEST_F(Scripted, NoResultAndNoConnection) {
     EXPECT_EQ(dbc->ScanTables(nullptr, nullptr, nullptr, nullptr), nullptr);
     EXPECT_EQ(dbc->ScanProcedures(nullptr, nullptr, nullptr), nullptr);
 }
+
+TEST_F(Scripted, NoDataFromTheLastColumnEndsTheRows) {
+    // Only the status of the last column read comes out of Fetch.
+    OdbcStmt* st = Run("col=a:4:10:num:1;col=b:12:10:nodata:0");
+    EXPECT_EQ(st->Fetch(), Status_NoData);
+    st = Run("col=a:12:10:nodata:0;col=b:4:10:num:1");
+    EXPECT_EQ(st->Fetch(), Status_Ok);
+    ByteStore value;
+    EXPECT_EQ(st->GetColumn(1)->GetData(&value), Status_Null) << "a column without data reads as NULL";
+}
