@@ -3,8 +3,13 @@
 #include <sqlext.h>
 
 #include <cstring>
+#include <iostream>
+#include <new>
+#include <sstream>
 
+#include "odbc/OdbcCatalogImpl.h"
 #include "odbc/OdbcEnvImpl.h"
+#include "odbc/OdbcStmtImpl.h"
 
 namespace KORVEL { namespace Orl { namespace DB { namespace ODBC {
 
@@ -112,13 +117,57 @@ void OdbcDbcImpl::SetDatabaseType(const std::string& name) {
     databaseType = "OTHERS";
 }
 
-// Statements and catalog scans arrive with the statement layer.
-OdbcStmt* OdbcDbcImpl::CreateStmt() { return nullptr; }
-OdbcCatalog* OdbcDbcImpl::InitCatalog(OdbcCatalogImpl*) { return nullptr; }
-OdbcCatalog* OdbcDbcImpl::ScanTables(char*, char*, char*, char*) { return nullptr; }
-OdbcCatalog* OdbcDbcImpl::ScanTableColumns(char*, char*, char*, char*) { return nullptr; }
-OdbcCatalog* OdbcDbcImpl::ScanTablePrimaryKey(char*, char*, char*, char*) { return nullptr; }
-OdbcCatalog* OdbcDbcImpl::ScanProcedures(char*, char*, char*) { return nullptr; }
-OdbcCatalog* OdbcDbcImpl::ScanProcedureColumns(char*, char*, char*, char*) { return nullptr; }
+OdbcStmt* OdbcDbcImpl::CreateStmt() {
+    OdbcStmtImpl* stmt = new (std::nothrow) OdbcStmtImpl(this);
+    if (stmt == nullptr) return nullptr;
+    if (stmt->Initialize() == Status_Ok) return stmt;
+    if (stmt->HasInfo()) {
+        std::ostringstream stream;
+        stmt->DumpInfo(stream);
+        std::cout << "OdbcDbcImpl::CreateStmt()  Failed to initialize stmt." << stream.str() << std::endl;
+    }
+    delete stmt;
+    return nullptr;
+}
+
+OdbcCatalog* OdbcDbcImpl::InitCatalog(OdbcCatalogImpl* catalog) {
+    if (catalog == nullptr) return nullptr;
+    if (catalog->Initialize() != Status_Ok) {
+        // The prefix names CreateStmt for every scan; the text stands as it is.
+        if (catalog->HasInfo()) {
+            std::string state, message;
+            long code = 0;
+            catalog->GetInfo(state, code, message);
+            std::cout << "OdbcDbcImpl::CreateStmt()  state: " << state << std::endl;
+            std::cout << "OdbcDbcImpl::CreateStmt()  error: " << code << std::endl;
+            std::cout << "OdbcDbcImpl::CreateStmt()  message: " << message << std::endl;
+        }
+        delete catalog;
+        return nullptr;  // going on would call through the deleted scan
+    }
+    if (catalog->Execute() == Status_Ok) return catalog;
+    delete catalog;
+    return nullptr;
+}
+
+OdbcCatalog* OdbcDbcImpl::ScanTables(char* catalog, char* schema, char* table, char* type) {
+    return InitCatalog(new (std::nothrow) OdbcTableCatalogImpl(this, catalog, schema, table, type));
+}
+
+OdbcCatalog* OdbcDbcImpl::ScanTableColumns(char* catalog, char* schema, char* table, char* column) {
+    return InitCatalog(new (std::nothrow) OdbcTableColumnCatalogImpl(this, catalog, schema, table, column));
+}
+
+OdbcCatalog* OdbcDbcImpl::ScanTablePrimaryKey(char* catalog, char* schema, char* table, char* unused) {
+    return InitCatalog(new (std::nothrow) OdbcTablePrimaryKeyCatalogImpl(this, catalog, schema, table, unused));
+}
+
+OdbcCatalog* OdbcDbcImpl::ScanProcedures(char* catalog, char* schema, char* procedure) {
+    return InitCatalog(new (std::nothrow) OdbcProcedureCatalogImpl(this, catalog, schema, procedure));
+}
+
+OdbcCatalog* OdbcDbcImpl::ScanProcedureColumns(char* catalog, char* schema, char* procedure, char* column) {
+    return InitCatalog(new (std::nothrow) OdbcProcedureColumnCatalogImpl(this, catalog, schema, procedure, column));
+}
 
 }}}} // namespace KORVEL::Orl::DB::ODBC

@@ -1,0 +1,172 @@
+#include "LayerFixture.h"
+
+#include <sqlext.h>
+
+#include <cstdio>
+#include <cstring>
+#include <sstream>
+
+namespace orltest {
+
+void LayerTest::SetUp() {
+    ORL_REQUIRE_DSN(GetParam());
+    env.reset(Odbc::CreateEnv());
+    ASSERT_NE(env, nullptr);
+    dbc = env->CreateDbc();
+    ASSERT_NE(dbc, nullptr);
+    const TestDsn& d = GetParam();
+    ASSERT_EQ(dbc->Connect(d.dsn, d.user, d.password), Status_Ok) << Info(dbc);
+}
+
+void LayerTest::TearDown() {
+    if (dbc) dbc->Rollback();
+    env.reset();
+}
+
+std::string LayerTest::Info(Odbc* o) {
+    if (o == nullptr) return "(null object)";
+    std::ostringstream s;
+    o->DumpInfo(s);
+    std::string text = s.str();
+    if (!text.empty() && text.back() == '\0') text.pop_back();
+    return text;
+}
+
+OdbcStmt* LayerTest::Prepare(const std::string& sql, bool batch) {
+    OdbcStmt* st = dbc->CreateStmt();
+    EXPECT_NE(st, nullptr) << Info(dbc);
+    if (st == nullptr) return nullptr;
+    EXPECT_EQ(st->SetSql(sql, batch), Status_Ok) << sql << " " << Info(st);
+    return st;
+}
+
+void LayerTest::Exec(const std::string& sql) {
+    OdbcStmt* st = Prepare(sql);
+    ASSERT_NE(st, nullptr);
+    EXPECT_EQ(st->Execute(), Status_Ok) << sql << " " << Info(st);
+    delete st;
+    EXPECT_EQ(dbc->Commit(), Status_Ok) << Info(dbc);
+}
+
+void LayerTest::Drop(const std::string& table) {
+    OdbcStmt* st = dbc->CreateStmt();
+    if (st == nullptr) return;
+    if (st->SetSql("DROP TABLE IF EXISTS " + table, false) == Status_Ok) st->Execute();
+    delete st;
+    dbc->Commit();
+}
+
+std::string LayerTest::BinaryType() const {
+    if (Is("pg")) return "BYTEA";
+    if (Is("maria")) return "LONGBLOB";
+    return "BLOB";
+}
+
+std::string LayerTest::LongTextType() const { return Is("maria") ? "LONGTEXT" : "TEXT"; }
+
+std::string LayerTest::TimestampType() const {
+    if (Is("maria")) return "DATETIME(6)";
+    return "TIMESTAMP";
+}
+
+std::string Hex(const unsigned char* bytes, unsigned int n) {
+    std::string out;
+    char buf[3];
+    for (unsigned int i = 0; i < n; ++i) {
+        std::snprintf(buf, sizeof buf, "%02x", bytes[i]);
+        out += buf;
+    }
+    return out;
+}
+
+std::string LayerTest::Show(OdbcCol* column) {
+    if (column == nullptr) return "(no column)";
+    short cType = 0;
+    column->GetCType(cType);
+    char buf[96];
+    e_Status st = Status_Error;
+    std::string out;
+    switch (cType) {
+    case SQL_C_BIT: {
+        bool v = false;
+        st = column->GetData(v);
+        out = v ? "1" : "0";
+        break;
+    }
+    case SQL_C_TINYINT: {
+        char v = 0;
+        st = column->GetData(v);
+        out = std::to_string(static_cast<int>(v));
+        break;
+    }
+    case SQL_C_UTINYINT: {
+        unsigned char v = 0;
+        st = column->GetData(v);
+        out = std::to_string(v);
+        break;
+    }
+    case SQL_C_SHORT: {
+        short v = 0;
+        st = column->GetData(v);
+        out = std::to_string(v);
+        break;
+    }
+    case SQL_C_USHORT: {
+        unsigned short v = 0;
+        st = column->GetData(v);
+        out = std::to_string(v);
+        break;
+    }
+    case SQL_C_LONG: {
+        int v = 0;
+        st = column->GetData(v);
+        out = std::to_string(v);
+        break;
+    }
+    case SQL_C_ULONG: {
+        unsigned int v = 0;
+        st = column->GetData(v);
+        out = std::to_string(v);
+        break;
+    }
+    case SQL_C_SBIGINT: {
+        long v = 0;
+        st = column->GetData(v);
+        out = std::to_string(v);
+        break;
+    }
+    case SQL_C_DOUBLE: {
+        double v = 0;
+        st = column->GetData(v);
+        std::snprintf(buf, sizeof buf, "%g", v);
+        out = buf;
+        break;
+    }
+    default: {
+        ByteStore v;
+        st = column->GetData(&v);
+        if (cType == SQL_C_CHAR) {
+            out.assign(reinterpret_cast<const char*>(v.Data() ? v.Data() : (const unsigned char*)""), v.Size());
+        } else if (cType == SQL_C_TYPE_TIMESTAMP && v.Size() == 16) {
+            tagTIMESTAMP_STRUCT t;
+            std::memcpy(&t, v.Data(), 16);
+            std::snprintf(buf, sizeof buf, "%04d-%02u-%02u %02u:%02u:%02u.%u", t.year, t.month, t.day, t.hour,
+                          t.minute, t.second, t.fraction);
+            out = buf;
+        } else if (cType == SQL_C_TYPE_TIME && v.Size() == 6) {
+            tagTIME_STRUCT t;
+            std::memcpy(&t, v.Data(), 6);
+            std::snprintf(buf, sizeof buf, "%02u:%02u:%02u", t.hour, t.minute, t.second);
+            out = buf;
+        } else {
+            out = "x" + Hex(v.Data(), v.Size());
+        }
+        break;
+    }
+    }
+    if (st == Status_Null) return "NULL";
+    if (st != Status_Ok) return "(status " + std::to_string(st) + ")";
+    return out;
+}
+
+} // namespace orltest

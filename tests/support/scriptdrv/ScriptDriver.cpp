@@ -1,0 +1,634 @@
+// A scripted ODBC driver for tests: the SQL text of a statement describes the
+// result it yields, the user name at connect picks the connect behaviour, and
+// every SQLGetData, SQLBindParameter and catalog call is written as one line to
+// the file named by ORL_SCRIPTDRV_LOG, so a test can check the calls the
+// object layer makes one by one. It shows on demand what no real driver does:
+// SQL_NO_TOTAL, truncation at any size, SQL_ERROR without a diagnostic record.
+//
+// Statement text: directives separated by ';'
+//   col=NAME:SQLTYPE:SIZE:KIND:ARG[:nototal][:unsigned][:disp=N][:nullrow=K]
+//       KIND text|bin (ARG = length; bytes 'a'+i%26 or i%251), num (ARG the
+//       number), ts, time, nodata (every read answers SQL_NO_DATA). nullrow=K makes row K NULL (-1: every row).
+//   rows=N        rows of each result (default 1)
+//   next          starts a further result set (for SQLMoreResults)
+//   error         SQLExecute fails with 42000; longmsg=N makes its message N bytes
+//   error-norecord SQLExecute fails without a diagnostic record
+//   failrow=K     that row of a parameter array reports SQL_PARAM_ERROR
+// Every '?' is a parameter marker, described as SQL_VARCHAR of size 10.
+// User name at connect: "info" succeeds with info, "norecord" fails without a
+// record, "dbms=NAME" reports NAME as the DBMS name.
+#include <sql.h>
+#include <sqlext.h>
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+namespace {
+
+struct Diag {
+    std::string state;
+    std::string message;
+    SQLINTEGER native;
+};
+
+struct Handle {
+    SQLSMALLINT type;
+    std::vector<Diag> diags;
+};
+
+struct Env : Handle {};
+
+struct Dbc : Handle {
+    std::string dbms = "Scripted DB";
+};
+
+struct Column {
+    std::string name;
+    SQLSMALLINT sqlType = SQL_VARCHAR;
+    SQLULEN size = 0;
+    std::string kind = "text";
+    std::string arg;
+    bool noTotal = false;
+    bool isUnsigned = false;
+    SQLLEN display = -1;  // -1: size
+    long nullRow = -2;    // -2: none, -1: all
+};
+
+struct Result {
+    std::vector<Column> columns;
+};
+
+struct Param {
+    SQLSMALLINT cType = 0, sqlType = 0;
+    SQLULEN size = 0;
+    SQLPOINTER buffer = nullptr;
+    SQLLEN bufferLength = 0;
+    SQLLEN* indicator = nullptr;
+};
+
+struct Stmt : Handle {
+    Dbc* dbc = nullptr;
+    std::string text;
+    std::vector<Result> results;
+    size_t current = 0;
+    long rows = 1;
+    long row = -1;  // before the first fetch
+    bool failExecute = false, noRecord = false;
+    size_t longMessage = 0;
+    long failRow = -1;
+    int params = 0;
+    std::vector<Param> bound;
+    SQLULEN paramsetSize = 1;
+    SQLUSMALLINT* paramStatus = nullptr;
+    std::vector<SQLLEN> offsets;  // bytes handed out of each column this row
+    std::vector<int> calls;
+};
+
+FILE* Log() {
+    static FILE* f = nullptr;
+    static bool tried = false;
+    if (!tried) {
+        tried = true;
+        const char* path = std::getenv("ORL_SCRIPTDRV_LOG");
+        if (path && *path) f = std::fopen(path, "a");
+    }
+    return f;
+}
+
+void Record(const char* format, ...) {
+    FILE* f = Log();
+    if (!f) return;
+    va_list ap;
+    va_start(ap, format);
+    std::vfprintf(f, format, ap);
+    va_end(ap);
+    std::fputc('\n', f);
+    std::fflush(f);
+}
+
+std::string Text(SQLCHAR* s, SQLINTEGER length) {
+    if (s == nullptr) return std::string();
+    if (length == SQL_NTS) return std::string(reinterpret_cast<char*>(s));
+    return std::string(reinterpret_cast<char*>(s), static_cast<size_t>(length < 0 ? 0 : length));
+}
+
+std::vector<std::string> Split(const std::string& s, char sep) {
+    std::vector<std::string> out;
+    size_t start = 0;
+    for (;;) {
+        size_t end = s.find(sep, start);
+        out.push_back(s.substr(start, end == std::string::npos ? std::string::npos : end - start));
+        if (end == std::string::npos) break;
+        start = end + 1;
+    }
+    return out;
+}
+
+std::string Trim(const std::string& s) {
+    size_t a = s.find_first_not_of(" \t\n"), b = s.find_last_not_of(" \t\n");
+    return a == std::string::npos ? std::string() : s.substr(a, b - a + 1);
+}
+
+void Parse(Stmt* st) {
+    st->results.assign(1, Result());
+    st->failExecute = st->noRecord = false;
+    st->longMessage = 0;
+    st->failRow = -1;
+    st->rows = 1;
+    st->params = 0;
+    for (char c : st->text)
+        if (c == '?') ++st->params;
+    for (const std::string& raw : Split(st->text, ';')) {
+        std::string d = Trim(raw);
+        if (d.compare(0, 4, "col=") == 0) {
+            std::vector<std::string> f = Split(d.substr(4), ':');
+            Column c;
+            if (f.size() > 0) c.name = f[0];
+            if (f.size() > 1) c.sqlType = static_cast<SQLSMALLINT>(std::atoi(f[1].c_str()));
+            if (f.size() > 2) c.size = std::strtoull(f[2].c_str(), nullptr, 10);
+            if (f.size() > 3) c.kind = f[3];
+            if (f.size() > 4) c.arg = f[4];
+            for (size_t i = 5; i < f.size(); ++i) {
+                if (f[i] == "nototal") c.noTotal = true;
+                if (f[i] == "unsigned") c.isUnsigned = true;
+                if (f[i].compare(0, 5, "disp=") == 0) c.display = std::atol(f[i].c_str() + 5);
+                if (f[i].compare(0, 8, "nullrow=") == 0) c.nullRow = std::atol(f[i].c_str() + 8);
+            }
+            st->results.back().columns.push_back(c);
+        } else if (d.compare(0, 5, "rows=") == 0) {
+            st->rows = std::atol(d.c_str() + 5);
+        } else if (d == "next") {
+            st->results.push_back(Result());
+        } else if (d == "error") {
+            st->failExecute = true;
+        } else if (d == "error-norecord") {
+            st->failExecute = st->noRecord = true;
+        } else if (d.compare(0, 8, "longmsg=") == 0) {
+            st->longMessage = std::strtoul(d.c_str() + 8, nullptr, 10);
+        } else if (d.compare(0, 8, "failrow=") == 0) {
+            st->failRow = std::atol(d.c_str() + 8);
+        }
+    }
+}
+
+void ResetCursor(Stmt* st) {
+    st->row = -1;
+    size_t n = st->current < st->results.size() ? st->results[st->current].columns.size() : 0;
+    st->offsets.assign(n, 0);
+    st->calls.assign(n, 0);
+}
+
+const Result* CurrentResult(Stmt* st) {
+    return st->current < st->results.size() ? &st->results[st->current] : nullptr;
+}
+
+SQLRETURN Fail(Handle* h, const char* state, const std::string& message) {
+    h->diags.push_back({state, message, 42});
+    return SQL_ERROR;
+}
+
+std::string ColumnBytes(const Column& c) {
+    if (c.kind == "text" || c.kind == "bin") {
+        size_t n = std::strtoull(c.arg.c_str(), nullptr, 10);
+        std::string s(n, '\0');
+        for (size_t i = 0; i < n; ++i)
+            s[i] = c.kind == "text" ? static_cast<char>('a' + i % 26) : static_cast<char>(i % 251);
+        return s;
+    }
+    if (c.kind == "ts") return "2024-02-29 23:59:58.123";
+    if (c.kind == "time") return "23:59:58";
+    return c.arg;
+}
+
+template <typename T>
+SQLRETURN PutFixed(T value, SQLPOINTER target, SQLLEN* ind) {
+    std::memcpy(target, &value, sizeof value);
+    if (ind) *ind = sizeof value;
+    return SQL_SUCCESS;
+}
+
+} // namespace
+
+extern "C" {
+
+SQLRETURN SQL_API SQLAllocHandle(SQLSMALLINT type, SQLHANDLE input, SQLHANDLE* output) {
+    switch (type) {
+    case SQL_HANDLE_ENV: {
+        Env* e = new Env;
+        e->type = type;
+        *output = e;
+        return SQL_SUCCESS;
+    }
+    case SQL_HANDLE_DBC: {
+        Dbc* d = new Dbc;
+        d->type = type;
+        *output = d;
+        return SQL_SUCCESS;
+    }
+    case SQL_HANDLE_STMT: {
+        Stmt* s = new Stmt;
+        s->type = type;
+        s->dbc = static_cast<Dbc*>(input);
+        *output = s;
+        return SQL_SUCCESS;
+    }
+    default:
+        return SQL_ERROR;
+    }
+}
+
+SQLRETURN SQL_API SQLFreeHandle(SQLSMALLINT type, SQLHANDLE handle) {
+    switch (type) {
+    case SQL_HANDLE_ENV:
+        delete static_cast<Env*>(handle);
+        break;
+    case SQL_HANDLE_DBC:
+        delete static_cast<Dbc*>(handle);
+        break;
+    case SQL_HANDLE_STMT:
+        delete static_cast<Stmt*>(handle);
+        break;
+    default:
+        return SQL_ERROR;
+    }
+    return SQL_SUCCESS;
+}
+
+SQLRETURN SQL_API SQLSetEnvAttr(SQLHENV, SQLINTEGER, SQLPOINTER, SQLINTEGER) { return SQL_SUCCESS; }
+SQLRETURN SQL_API SQLSetConnectAttr(SQLHDBC, SQLINTEGER attribute, SQLPOINTER value, SQLINTEGER) {
+    Record("setconnectattr attr=%d value=%ld", static_cast<int>(attribute), static_cast<long>(reinterpret_cast<SQLLEN>(value)));
+    return SQL_SUCCESS;
+}
+
+SQLRETURN SQL_API SQLConnect(SQLHDBC hdbc, SQLCHAR* dsn, SQLSMALLINT dsnLength, SQLCHAR* user, SQLSMALLINT userLength,
+                             SQLCHAR*, SQLSMALLINT) {
+    Dbc* d = static_cast<Dbc*>(hdbc);
+    d->diags.clear();
+    std::string u = Text(user, userLength);
+    Record("connect dsn=%s user=%s", Text(dsn, dsnLength).c_str(), u.c_str());
+    if (u == "norecord") return SQL_ERROR;
+    if (u.compare(0, 5, "dbms=") == 0) d->dbms = u.substr(5);
+    if (u == "info") {
+        d->diags.push_back({"01000", "scripted connect info", 7});
+        return SQL_SUCCESS_WITH_INFO;
+    }
+    return SQL_SUCCESS;
+}
+
+SQLRETURN SQL_API SQLDisconnect(SQLHDBC) {
+    Record("disconnect");
+    return SQL_SUCCESS;
+}
+
+SQLRETURN SQL_API SQLEndTran(SQLSMALLINT, SQLHANDLE, SQLSMALLINT completion) {
+    Record("endtran %s", completion == SQL_COMMIT ? "commit" : "rollback");
+    return SQL_SUCCESS;
+}
+
+SQLRETURN SQL_API SQLGetInfo(SQLHDBC hdbc, SQLUSMALLINT info, SQLPOINTER value, SQLSMALLINT length,
+                             SQLSMALLINT* outLength) {
+    Dbc* d = static_cast<Dbc*>(hdbc);
+    std::string text;
+    switch (info) {
+    case SQL_DBMS_NAME:
+        text = d->dbms;
+        break;
+    case SQL_DRIVER_ODBC_VER:
+        text = "03.00";
+        break;
+    case SQL_DRIVER_NAME:
+        text = "liborl_scriptdrv.so";
+        break;
+    default:
+        // Numeric answers: zero is "not supported" for everything asked.
+        if (value && length >= 4) std::memset(value, 0, 4);
+        if (outLength) *outLength = 4;
+        return SQL_SUCCESS;
+    }
+    if (value && length > 0) {
+        size_t n = text.size() < static_cast<size_t>(length - 1) ? text.size() : static_cast<size_t>(length - 1);
+        std::memcpy(value, text.data(), n);
+        static_cast<char*>(value)[n] = 0;
+    }
+    if (outLength) *outLength = static_cast<SQLSMALLINT>(text.size());
+    return SQL_SUCCESS;
+}
+
+SQLRETURN SQL_API SQLGetDiagRec(SQLSMALLINT, SQLHANDLE handle, SQLSMALLINT record, SQLCHAR* state, SQLINTEGER* native,
+                                SQLCHAR* message, SQLSMALLINT length, SQLSMALLINT* textLength) {
+    Handle* h = static_cast<Handle*>(handle);
+    if (h == nullptr || record < 1 || static_cast<size_t>(record) > h->diags.size()) return SQL_NO_DATA;
+    const Diag& d = h->diags[record - 1];
+    if (state) std::snprintf(reinterpret_cast<char*>(state), 6, "%s", d.state.c_str());
+    if (native) *native = d.native;
+    if (textLength) *textLength = static_cast<SQLSMALLINT>(d.message.size());
+    if (message && length > 0) {
+        size_t n = d.message.size() < static_cast<size_t>(length - 1) ? d.message.size() : static_cast<size_t>(length - 1);
+        std::memcpy(message, d.message.data(), n);
+        message[n] = 0;
+        if (n < d.message.size()) return SQL_SUCCESS_WITH_INFO;
+    }
+    return SQL_SUCCESS;
+}
+
+SQLRETURN SQL_API SQLGetDiagField(SQLSMALLINT, SQLHANDLE handle, SQLSMALLINT record, SQLSMALLINT field,
+                                  SQLPOINTER value, SQLSMALLINT, SQLSMALLINT*) {
+    Handle* h = static_cast<Handle*>(handle);
+    if (h == nullptr) return SQL_INVALID_HANDLE;
+    if (record == 0 && field == SQL_DIAG_NUMBER) {
+        if (value) *static_cast<SQLINTEGER*>(value) = static_cast<SQLINTEGER>(h->diags.size());
+        return SQL_SUCCESS;
+    }
+    return SQL_NO_DATA;
+}
+
+SQLRETURN SQL_API SQLPrepare(SQLHSTMT hstmt, SQLCHAR* text, SQLINTEGER length) {
+    Stmt* st = static_cast<Stmt*>(hstmt);
+    st->diags.clear();
+    st->text = Text(text, length);
+    Parse(st);
+    st->current = 0;
+    ResetCursor(st);
+    Record("prepare %s", st->text.c_str());
+    return SQL_SUCCESS;
+}
+
+SQLRETURN SQL_API SQLNumParams(SQLHSTMT hstmt, SQLSMALLINT* count) {
+    *count = static_cast<SQLSMALLINT>(static_cast<Stmt*>(hstmt)->params);
+    return SQL_SUCCESS;
+}
+
+SQLRETURN SQL_API SQLDescribeParam(SQLHSTMT, SQLUSMALLINT, SQLSMALLINT* type, SQLULEN* size, SQLSMALLINT* digits,
+                                   SQLSMALLINT* nullable) {
+    if (type) *type = SQL_VARCHAR;
+    if (size) *size = 10;
+    if (digits) *digits = 0;
+    if (nullable) *nullable = SQL_NULLABLE;
+    return SQL_SUCCESS;
+}
+
+SQLRETURN SQL_API SQLBindParameter(SQLHSTMT hstmt, SQLUSMALLINT number, SQLSMALLINT direction, SQLSMALLINT cType,
+                                   SQLSMALLINT sqlType, SQLULEN size, SQLSMALLINT digits, SQLPOINTER buffer,
+                                   SQLLEN bufferLength, SQLLEN* indicator) {
+    Stmt* st = static_cast<Stmt*>(hstmt);
+    if (number < 1 || number > st->params) return Fail(st, "07009", "invalid parameter number");
+    if (st->bound.size() < number) st->bound.resize(number);
+    st->bound[number - 1] = {cType, sqlType, size, buffer, bufferLength, indicator};
+    Record("bindparam n=%d dir=%d ctype=%d sqltype=%d size=%lu digits=%d buflen=%ld", number, direction, cType,
+           sqlType, static_cast<unsigned long>(size), digits, static_cast<long>(bufferLength));
+    return SQL_SUCCESS;
+}
+
+SQLRETURN SQL_API SQLSetStmtAttr(SQLHSTMT hstmt, SQLINTEGER attribute, SQLPOINTER value, SQLINTEGER) {
+    Stmt* st = static_cast<Stmt*>(hstmt);
+    switch (attribute) {
+    case SQL_ATTR_PARAMSET_SIZE:
+        st->paramsetSize = reinterpret_cast<SQLULEN>(value);
+        break;
+    case SQL_ATTR_PARAM_STATUS_PTR:
+        st->paramStatus = static_cast<SQLUSMALLINT*>(value);
+        break;
+    default:
+        break;
+    }
+    Record("setstmtattr attr=%d value=%ld", static_cast<int>(attribute), static_cast<long>(reinterpret_cast<SQLLEN>(value)));
+    return SQL_SUCCESS;
+}
+
+SQLRETURN SQL_API SQLExecute(SQLHSTMT hstmt) {
+    Stmt* st = static_cast<Stmt*>(hstmt);
+    st->diags.clear();
+    st->current = 0;
+    ResetCursor(st);
+    // Each parameter of each row as the driver would read it: its indicator.
+    for (size_t p = 0; p < st->bound.size(); ++p) {
+        std::string line;
+        for (SQLULEN r = 0; r < st->paramsetSize && st->bound[p].indicator; ++r)
+            line += " " + std::to_string(static_cast<long>(st->bound[p].indicator[r]));
+        Record("execute param=%zu paramset=%lu ind=%s", p + 1, static_cast<unsigned long>(st->paramsetSize),
+               line.c_str());
+    }
+    if (st->failExecute) {
+        if (st->noRecord) return SQL_ERROR;
+        std::string message = "scripted failure";
+        if (st->longMessage) message = std::string(st->longMessage, 'm');
+        return Fail(st, "42000", message);
+    }
+    if (st->paramStatus) {
+        for (SQLULEN r = 0; r < st->paramsetSize; ++r)
+            st->paramStatus[r] = static_cast<long>(r) == st->failRow ? SQL_PARAM_ERROR : SQL_PARAM_SUCCESS;
+    }
+    return st->failRow >= 0 ? SQL_SUCCESS_WITH_INFO : SQL_SUCCESS;
+}
+
+SQLRETURN SQL_API SQLNumResultCols(SQLHSTMT hstmt, SQLSMALLINT* count) {
+    const Result* r = CurrentResult(static_cast<Stmt*>(hstmt));
+    *count = r ? static_cast<SQLSMALLINT>(r->columns.size()) : 0;
+    return SQL_SUCCESS;
+}
+
+SQLRETURN SQL_API SQLDescribeCol(SQLHSTMT hstmt, SQLUSMALLINT number, SQLCHAR* name, SQLSMALLINT length,
+                                 SQLSMALLINT* nameLength, SQLSMALLINT* type, SQLULEN* size, SQLSMALLINT* digits,
+                                 SQLSMALLINT* nullable) {
+    Stmt* st = static_cast<Stmt*>(hstmt);
+    const Result* r = CurrentResult(st);
+    if (!r || number < 1 || number > r->columns.size()) return Fail(st, "07009", "invalid column number");
+    const Column& c = r->columns[number - 1];
+    if (name && length > 0) std::snprintf(reinterpret_cast<char*>(name), static_cast<size_t>(length), "%s", c.name.c_str());
+    if (nameLength) *nameLength = static_cast<SQLSMALLINT>(c.name.size());
+    if (type) *type = c.sqlType;
+    if (size) *size = c.size;
+    if (digits) *digits = 0;
+    if (nullable) *nullable = SQL_NULLABLE;
+    return SQL_SUCCESS;
+}
+
+SQLRETURN SQL_API SQLColAttribute(SQLHSTMT hstmt, SQLUSMALLINT number, SQLUSMALLINT field, SQLPOINTER text,
+                                  SQLSMALLINT length, SQLSMALLINT* textLength, SQLLEN* numeric) {
+    Stmt* st = static_cast<Stmt*>(hstmt);
+    const Result* r = CurrentResult(st);
+    if (!r || number < 1 || number > r->columns.size()) return Fail(st, "07009", "invalid column number");
+    const Column& c = r->columns[number - 1];
+    switch (field) {
+    case SQL_DESC_DISPLAY_SIZE:
+        if (numeric) *numeric = c.display >= 0 ? c.display : static_cast<SQLLEN>(c.size);
+        break;
+    case SQL_DESC_UNSIGNED:
+        if (numeric) *numeric = c.isUnsigned ? SQL_TRUE : SQL_FALSE;
+        break;
+    case SQL_DESC_TYPE:
+    case SQL_DESC_CONCISE_TYPE:
+        if (numeric) *numeric = c.sqlType;
+        break;
+    case SQL_DESC_NAME:
+    case SQL_COLUMN_NAME:
+    case SQL_DESC_LABEL:
+        if (text && length > 0) std::snprintf(static_cast<char*>(text), static_cast<size_t>(length), "%s", c.name.c_str());
+        if (textLength) *textLength = static_cast<SQLSMALLINT>(c.name.size());
+        break;
+    default:
+        if (numeric) *numeric = 0;
+        break;
+    }
+    return SQL_SUCCESS;
+}
+
+SQLRETURN SQL_API SQLFetch(SQLHSTMT hstmt) {
+    Stmt* st = static_cast<Stmt*>(hstmt);
+    if (!CurrentResult(st) || CurrentResult(st)->columns.empty()) return Fail(st, "24000", "no result set");
+    if (st->row + 1 >= st->rows) return SQL_NO_DATA;
+    ++st->row;
+    std::fill(st->offsets.begin(), st->offsets.end(), 0);
+    std::fill(st->calls.begin(), st->calls.end(), 0);
+    return SQL_SUCCESS;
+}
+
+SQLRETURN SQL_API SQLGetData(SQLHSTMT hstmt, SQLUSMALLINT number, SQLSMALLINT cType, SQLPOINTER target,
+                             SQLLEN bufferLength, SQLLEN* ind) {
+    Stmt* st = static_cast<Stmt*>(hstmt);
+    const Result* r = CurrentResult(st);
+    if (!r || number < 1 || number > r->columns.size() || st->row < 0) return Fail(st, "07009", "no such column");
+    const Column& c = r->columns[number - 1];
+    SQLRETURN rc = SQL_SUCCESS;
+    SQLLEN reported = 0;
+    int& calls = st->calls[number - 1];
+    SQLLEN& offset = st->offsets[number - 1];
+    if (c.kind == "nodata") {
+        rc = SQL_NO_DATA;
+    } else if (c.nullRow == -1 || c.nullRow == st->row) {
+        reported = SQL_NULL_DATA;
+    } else if (c.kind == "num" && cType != SQL_C_CHAR && cType != SQL_C_BINARY) {
+        long long v = std::strtoll(c.arg.c_str(), nullptr, 10);
+        switch (cType) {
+        case SQL_C_BIT:
+        case SQL_C_TINYINT:
+        case SQL_C_STINYINT:
+        case SQL_C_UTINYINT:
+            rc = PutFixed(static_cast<signed char>(v), target, &reported);
+            break;
+        case SQL_C_SHORT:
+        case SQL_C_SSHORT:
+        case SQL_C_USHORT:
+            rc = PutFixed(static_cast<short>(v), target, &reported);
+            break;
+        case SQL_C_LONG:
+        case SQL_C_SLONG:
+        case SQL_C_ULONG:
+            rc = PutFixed(static_cast<SQLINTEGER>(v), target, &reported);
+            break;
+        case SQL_C_SBIGINT:
+        case SQL_C_UBIGINT:
+            rc = PutFixed(static_cast<long long>(v), target, &reported);
+            break;
+        case SQL_C_DOUBLE:
+            rc = PutFixed(std::strtod(c.arg.c_str(), nullptr), target, &reported);
+            break;
+        default:
+            rc = Fail(st, "07006", "restricted data type");
+        }
+    } else if (c.kind == "ts" && cType == SQL_C_TYPE_TIMESTAMP) {
+        rc = PutFixed(SQL_TIMESTAMP_STRUCT{2024, 2, 29, 23, 59, 58, 123000000}, target, &reported);
+    } else if (c.kind == "time" && cType == SQL_C_TYPE_TIME) {
+        rc = PutFixed(SQL_TIME_STRUCT{23, 59, 58}, target, &reported);
+    } else if (cType == SQL_C_CHAR || cType == SQL_C_BINARY) {
+        std::string bytes = ColumnBytes(c);
+        SQLLEN remaining = static_cast<SQLLEN>(bytes.size()) - offset;
+        if (calls > 0 && remaining == 0) {
+            rc = SQL_NO_DATA;
+        } else {
+            SQLLEN room = cType == SQL_C_CHAR ? bufferLength - 1 : bufferLength;
+            if (room < 0) room = 0;
+            SQLLEN n = remaining < room ? remaining : room;
+            if (n > 0) std::memcpy(target, bytes.data() + offset, static_cast<size_t>(n));
+            if (cType == SQL_C_CHAR && bufferLength > 0) static_cast<char*>(target)[n] = 0;
+            bool cut = remaining > room;
+            reported = cut && c.noTotal ? SQL_NO_TOTAL : remaining;
+            offset += n;
+            if (cut) {
+                st->diags.push_back({"01004", "String data, right truncated", 0});
+                rc = SQL_SUCCESS_WITH_INFO;
+            }
+        }
+    } else {
+        rc = Fail(st, "07006", "restricted data type");
+    }
+    ++calls;
+    if (ind && rc != SQL_NO_DATA && rc != SQL_ERROR) *ind = reported;
+    Record("getdata col=%d ctype=%d buflen=%ld ind=%ld rc=%d", number, cType, static_cast<long>(bufferLength),
+           static_cast<long>(reported), rc);
+    return rc;
+}
+
+SQLRETURN SQL_API SQLMoreResults(SQLHSTMT hstmt) {
+    Stmt* st = static_cast<Stmt*>(hstmt);
+    if (st->current + 1 >= st->results.size()) return SQL_NO_DATA;
+    ++st->current;
+    ResetCursor(st);
+    return SQL_SUCCESS;
+}
+
+SQLRETURN SQL_API SQLRowCount(SQLHSTMT hstmt, SQLLEN* count) {
+    *count = static_cast<SQLLEN>(static_cast<Stmt*>(hstmt)->paramsetSize);
+    return SQL_SUCCESS;
+}
+
+SQLRETURN SQL_API SQLFreeStmt(SQLHSTMT hstmt, SQLUSMALLINT option) {
+    Stmt* st = static_cast<Stmt*>(hstmt);
+    if (option == SQL_CLOSE) ResetCursor(st);
+    if (option == SQL_RESET_PARAMS) st->bound.clear();
+    Record("freestmt option=%d", option);
+    return SQL_SUCCESS;
+}
+
+// Catalog calls record their arguments (<null> or 'text'/length) and yield
+// one empty result.
+static SQLRETURN Catalog(SQLHSTMT hstmt, const char* name, int count, ...) {
+    Stmt* st = static_cast<Stmt*>(hstmt);
+    std::string line = name;
+    va_list ap;
+    va_start(ap, count);
+    for (int i = 0; i < count; ++i) {
+        SQLCHAR* text = va_arg(ap, SQLCHAR*);
+        int length = va_arg(ap, int);
+        line += text ? " '" + Text(text, length) + "'/" + std::to_string(length) : std::string(" <null>/") + std::to_string(length);
+    }
+    va_end(ap);
+    Record("%s", line.c_str());
+    st->text.clear();
+    st->results.assign(1, Result());
+    Column c;
+    c.name = "TABLE_NAME";
+    c.size = 128;
+    st->results[0].columns.push_back(c);
+    st->rows = 0;
+    st->current = 0;
+    ResetCursor(st);
+    return SQL_SUCCESS;
+}
+
+SQLRETURN SQL_API SQLTables(SQLHSTMT h, SQLCHAR* c, SQLSMALLINT cl, SQLCHAR* s, SQLSMALLINT sl, SQLCHAR* t,
+                            SQLSMALLINT tl, SQLCHAR* y, SQLSMALLINT yl) {
+    return Catalog(h, "tables", 4, c, int(cl), s, int(sl), t, int(tl), y, int(yl));
+}
+SQLRETURN SQL_API SQLColumns(SQLHSTMT h, SQLCHAR* c, SQLSMALLINT cl, SQLCHAR* s, SQLSMALLINT sl, SQLCHAR* t,
+                             SQLSMALLINT tl, SQLCHAR* n, SQLSMALLINT nl) {
+    return Catalog(h, "columns", 4, c, int(cl), s, int(sl), t, int(tl), n, int(nl));
+}
+SQLRETURN SQL_API SQLPrimaryKeys(SQLHSTMT h, SQLCHAR* c, SQLSMALLINT cl, SQLCHAR* s, SQLSMALLINT sl, SQLCHAR* t,
+                                 SQLSMALLINT tl) {
+    return Catalog(h, "primarykeys", 3, c, int(cl), s, int(sl), t, int(tl));
+}
+SQLRETURN SQL_API SQLProcedures(SQLHSTMT h, SQLCHAR* c, SQLSMALLINT cl, SQLCHAR* s, SQLSMALLINT sl, SQLCHAR* p,
+                                SQLSMALLINT pl) {
+    return Catalog(h, "procedures", 3, c, int(cl), s, int(sl), p, int(pl));
+}
+SQLRETURN SQL_API SQLProcedureColumns(SQLHSTMT h, SQLCHAR* c, SQLSMALLINT cl, SQLCHAR* s, SQLSMALLINT sl, SQLCHAR* p,
+                                      SQLSMALLINT pl, SQLCHAR* n, SQLSMALLINT nl) {
+    return Catalog(h, "procedurecolumns", 4, c, int(cl), s, int(sl), p, int(pl), n, int(nl));
+}
+
+} // extern "C"

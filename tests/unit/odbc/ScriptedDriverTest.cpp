@@ -1,0 +1,365 @@
+// The object layer against the scripted driver: the calls it makes, one by
+// one, for what no real driver shows on demand (chunk arithmetic of long
+// reads, SQL_NO_TOTAL, connect with information, errors without a record).
+#include <gtest/gtest.h>
+
+#include <sqlext.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "odbc/ByteStore.h"
+#include "odbc/Odbc.h"
+#include "support/scriptdrv/ScriptDsn.h"
+
+using namespace KORVEL::Orl::DB::ODBC;
+using orltest::ScriptDsn;
+
+namespace {
+
+class Scripted : public ::testing::Test {
+protected:
+    void SetUp() override { Connect("orl"); }
+
+    void Connect(const std::string& user, e_Status want = Status_Ok) {
+        ScriptDsn::Instance();
+        env.reset(Odbc::CreateEnv());
+        ASSERT_NE(env, nullptr);
+        dbc = env->CreateDbc();
+        ASSERT_NE(dbc, nullptr);
+        ASSERT_EQ(dbc->Connect(ScriptDsn::kDsn, user, "pw"), want) << Info(dbc);
+    }
+
+    static std::string Info(Odbc* o) {
+        std::ostringstream s;
+        o->DumpInfo(s);
+        return s.str();
+    }
+
+    // Prepares and executes a script; the statement stays with the connection.
+    OdbcStmt* Run(const std::string& script) {
+        OdbcStmt* st = dbc->CreateStmt();
+        EXPECT_NE(st, nullptr);
+        if (st == nullptr) return nullptr;
+        EXPECT_EQ(st->SetSql(script, false), Status_Ok) << Info(st);
+        EXPECT_EQ(st->Execute(), Status_Ok) << Info(st);
+        return st;
+    }
+
+    // The buffer lengths of the SQLGetData calls since `mark`.
+    std::vector<long> BufferLengths(size_t mark) {
+        std::vector<long> out;
+        for (const std::string& line : ScriptDsn::Instance().Since(mark, "getdata")) {
+            size_t at = line.find("buflen=");
+            out.push_back(std::stol(line.substr(at + 7)));
+        }
+        return out;
+    }
+
+    std::unique_ptr<OdbcEnv> env;
+    OdbcDbc* dbc = nullptr;
+};
+
+std::string Expected(const std::string& kind, size_t n) {
+    std::string s(n, '\0');
+    for (size_t i = 0; i < n; ++i) s[i] = kind == "text" ? static_cast<char>('a' + i % 26) : static_cast<char>(i % 251);
+    return s;
+}
+
+} // namespace
+
+TEST_F(Scripted, ConnectWithInfoKeepsItsDiagnostic) {
+    Connect("info");
+    // SQLGetInfo's status call cleared the flag, but the text stays readable.
+    EXPECT_FALSE(dbc->HasInfo());
+    std::string state, message;
+    long code = 0;
+    dbc->GetInfo(state, code, message);
+    EXPECT_EQ(state, "01000");
+    EXPECT_NE(message.find("scripted connect info"), std::string::npos) << message;
+    EXPECT_TRUE(dbc->IsConnected());
+    Connect("dbms=Microsoft SQL Server");
+    EXPECT_EQ(dbc->GetDatabaseType(), "MSSQL");
+    Connect("dbms=sql server");
+    EXPECT_EQ(dbc->GetDatabaseType(), "ADE");
+}
+
+TEST_F(Scripted, ErrorWithoutRecordGetsTheFallbackText) {
+    Connect("norecord", Status_Error);
+    std::string state, message;
+    long code = -1;
+    dbc->GetInfo(state, code, message);
+    EXPECT_EQ(state, "ORL");
+    EXPECT_EQ(code, 0);
+    EXPECT_EQ(message, "No error message returned by driver");
+
+    Connect("orl");
+    OdbcStmt* st = dbc->CreateStmt();
+    ASSERT_NE(st, nullptr);
+    ASSERT_EQ(st->SetSql("error;longmsg=1500", false), Status_Ok);
+    EXPECT_EQ(st->Execute(), Status_Error);
+    st->GetInfo(state, code, message);
+    EXPECT_EQ(state, "42000");
+    EXPECT_EQ(message, std::string(1500, 'm')) << "cut at 512 and read again whole";
+}
+
+// Each case: one column, its value, and the buffer lengths of every SQLGetData.
+TEST_F(Scripted, ChunkedReadsCallByCall) {
+    struct Case {
+        const char* name;
+        std::string column;  // col= directive without the name
+        std::string kind;
+        size_t valueLength;  // bytes the cell must hold
+        std::vector<long> calls;
+    };
+    const std::vector<Case> cases = {
+        {"short text, one call", "12:100:text:99", "text", 99, {101}},
+        {"text of cLength-1", "12:20000:text:8000", "text", 8000, {8001}},
+        {"text one past the first chunk", "12:20000:text:8001", "text", 8001, {8001, 4}},
+        {"text 20000", "-1:20000:text:20000", "text", 20000, {8001, 12000, 4}},
+        {"binary of exactly the chunk", "-3:8000:bin:8000", "bin", 8000, {8000}},
+        {"binary 100000", "-4:2147483647:bin:100000", "bin", 100000, {8000, 92000}},
+        {"text without total", "-1:20000:text:250000:nototal", "text", 250000, {8001, 100000, 100000, 100000}},
+        {"binary without total", "-4:20000:bin:250000:nototal", "bin", 250000, {8000, 100000, 100000, 100000}},
+        // Wide text keeps even offsets: the byte-wide script loses one at the seam.
+        {"wide text 20000", "-9:20000:text:20000", "text", 19999, {8002, 12000}},
+        {"odd wide size rounds up", "-9:5:text:3", "text", 3, {8}},
+        {"tiny chunk grows to 4", "12:1:text:1", "text", 1, {4}},
+        {"unknown type reads binary unlimited", "-11:36:bin:36", "bin", 36, {36}},
+        {"decimal with no display size", "3:70000:num:12.5:disp=0", "num", 4, {4466}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        size_t mark = ScriptDsn::Instance().Mark();
+        OdbcStmt* st = Run("col=v:" + c.column);
+        ASSERT_NE(st, nullptr);
+        ASSERT_EQ(st->Fetch(), Status_Ok) << Info(st);
+        EXPECT_EQ(BufferLengths(mark), c.calls);
+        ByteStore value;
+        ASSERT_EQ(st->GetColumn(1)->GetData(&value), Status_Ok);
+        ASSERT_EQ(value.Size(), c.valueLength);
+        if (c.kind != "num" && c.name[0] != 'w') {
+            EXPECT_EQ(std::string(reinterpret_cast<char*>(value.Data()), value.Size()), Expected(c.kind, c.valueLength));
+        }
+        delete st;
+    }
+}
+
+TEST_F(Scripted, CTypeChoiceTable) {
+    struct Case {
+        const char* column;
+        short cType;
+    };
+    const Case cases[] = {
+        {"-10:10:text:1", SQL_C_CHAR},     {"-9:10:text:1", SQL_C_CHAR},       {"-8:10:text:1", SQL_C_CHAR},
+        {"-7:1:num:1", SQL_C_BIT},         {"-6:3:num:1", SQL_C_TINYINT},      {"-6:3:num:1:unsigned", SQL_C_UTINYINT},
+        {"-5:19:num:1", SQL_C_SBIGINT},    {"-5:19:num:1:unsigned", SQL_C_SBIGINT}, {"-4:10:bin:1", SQL_C_BINARY},
+        {"-3:10:bin:1", SQL_C_BINARY},     {"-2:10:bin:1", SQL_C_BINARY},      {"-1:10:text:1", SQL_C_CHAR},
+        {"1:10:text:1", SQL_C_CHAR},       {"12:10:text:1", SQL_C_CHAR},       {"2:10:num:1", SQL_C_CHAR},
+        {"3:10:num:1", SQL_C_CHAR},        {"4:10:num:1", SQL_C_LONG},         {"4:10:num:1:unsigned", SQL_C_ULONG},
+        {"5:5:num:1", SQL_C_SHORT},        {"5:5:num:1:unsigned", SQL_C_USHORT}, {"6:15:num:1", SQL_C_DOUBLE},
+        {"7:7:num:1", SQL_C_DOUBLE},       {"8:15:num:1", SQL_C_DOUBLE},       {"9:10:ts:0", SQL_C_TYPE_TIMESTAMP},
+        // The driver manager hands ODBC 3 applications the new time type codes,
+        // so the old 9, 10 and 11 arrive as 91, 92 and 93.
+        {"10:8:time:0", SQL_C_TYPE_TIME}, {"11:23:ts:0", SQL_C_TYPE_TIMESTAMP}, {"91:10:ts:0", SQL_C_TYPE_TIMESTAMP},
+        {"93:23:ts:0", SQL_C_TYPE_TIMESTAMP}, {"92:8:time:0", SQL_C_TYPE_TIME}, {"-11:16:bin:16", SQL_C_BINARY},
+    };
+    std::string script;
+    for (const Case& c : cases) script += std::string(script.empty() ? "" : ";") + "col=c:" + c.column;
+    OdbcStmt* st = Run(script);
+    ASSERT_EQ(st->Fetch(), Status_Ok) << Info(st);
+    int column = 1;
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.column);
+        short type = 0;
+        ASSERT_NE(st->GetColumn(column), nullptr);
+        st->GetColumn(column++)->GetCType(type);
+        EXPECT_EQ(type, c.cType);
+    }
+    EXPECT_EQ(st->GetColumn(0), nullptr);
+    EXPECT_EQ(st->GetColumn(column), nullptr);
+}
+
+TEST_F(Scripted, FixedValuesNullsAndBigIntText) {
+    OdbcStmt* st = Run(
+        "rows=2;col=i:4:10:num:-7;col=n:12:10:text:3:nullrow=1;col=b:-5:19:num:9223372036854775807:disp=20;"
+        "col=bn:-5:19:num:1:nullrow=-1:disp=20;col=ts:93:23:ts:0;col=t:92:8:time:0;col=d:8:15:num:2");
+    ASSERT_EQ(st->Fetch(), Status_Ok);
+    int i = 0;
+    EXPECT_EQ(st->GetColumn(1)->GetData(i), Status_Ok);
+    EXPECT_EQ(i, -7);
+    long big = 0;
+    EXPECT_EQ(st->GetColumn(3)->GetData(big), Status_Ok);
+    EXPECT_EQ(big, 9223372036854775807L);
+    ByteStore text;
+    EXPECT_EQ(st->GetColumn(3)->GetData(&text), Status_Ok);
+    EXPECT_STREQ(text.Text(), "9223372036854775807");
+    // After a NULL bigint the target gets the zeroed text area of displaySize + 1.
+    EXPECT_EQ(st->GetColumn(4)->GetData(big), Status_Null);
+    EXPECT_EQ(st->GetColumn(4)->GetData(&text), Status_Ok);
+    EXPECT_EQ(text.Size(), 21u);
+    tagTIMESTAMP_STRUCT ts{};
+    EXPECT_EQ(st->GetColumn(5)->GetData(ts), Status_Error) << "the structure read answers Error";
+    EXPECT_EQ(ts.year, 2024);
+    EXPECT_EQ(st->GetColumn(5)->GetData(&text), Status_Ok);
+    EXPECT_EQ(text.Size(), 16u);
+    tagTIME_STRUCT t{};
+    st->GetColumn(6)->GetData(t);
+    EXPECT_EQ(t.hour, 23);
+    double d = 0;
+    EXPECT_EQ(st->GetColumn(7)->GetData(d), Status_Ok);
+    EXPECT_EQ(d, 2.0);
+
+    ASSERT_EQ(st->Fetch(), Status_Ok);
+    EXPECT_EQ(st->GetColumn(2)->GetData(&text), Status_Null);
+    EXPECT_EQ(st->Fetch(), Status_NoData);
+    std::string name;
+    EXPECT_EQ(st->GetColumnName(3, name), Status_Ok);
+    EXPECT_EQ(name, "b");
+    st->GetColumn(3)->GetName(name);
+    EXPECT_EQ(name, "b");
+    int count = 0, type = 0;
+    EXPECT_EQ(st->GetColumnCount(count), Status_Ok);
+    EXPECT_EQ(count, 7);
+    EXPECT_EQ(st->GetColumnType(1, type), Status_Ok);
+    EXPECT_EQ(type, SQL_INTEGER);
+}
+
+TEST_F(Scripted, MoreResultsRebuildsTheColumns) {
+    OdbcStmt* st = Run("col=a:4:10:num:1;next;col=b:12:10:text:2;col=c:4:10:num:3");
+    ASSERT_EQ(st->Fetch(), Status_Ok);
+    EXPECT_EQ(st->GetColumn(2), nullptr);
+    ASSERT_EQ(st->MoreResults(), Status_Ok);
+    EXPECT_EQ(st->GetColumn(1), nullptr) << "columns are dropped until the next Fetch";
+    ASSERT_EQ(st->Fetch(), Status_Ok);
+    std::string name;
+    st->GetColumn(2)->GetName(name);
+    EXPECT_EQ(name, "c");
+    EXPECT_EQ(st->MoreResults(), Status_NoData);
+}
+
+TEST_F(Scripted, CatalogArgumentsAreCounted) {
+    struct Case {
+        const char* name;
+        std::function<OdbcCatalog*(OdbcDbc*)> scan;
+        const char* logged;
+    };
+    char empty[] = "", tab[] = "T1", col[] = "C%", other[] = "ignored";
+    const std::vector<Case> cases = {
+        {"all null", [](OdbcDbc* d) { return d->ScanTables(nullptr, nullptr, nullptr, nullptr); },
+         "tables <null>/0 <null>/0 <null>/0 <null>/0"},
+        {"empty differs from null", [&](OdbcDbc* d) { return d->ScanTables(empty, nullptr, tab, empty); },
+         "tables ''/0 <null>/0 'T1'/2 ''/0"},
+        {"columns", [&](OdbcDbc* d) { return d->ScanTableColumns(nullptr, empty, tab, col); },
+         "columns <null>/0 ''/0 'T1'/2 'C%'/2"},
+        {"primary key drops the fourth", [&](OdbcDbc* d) { return d->ScanTablePrimaryKey(nullptr, nullptr, tab, other); },
+         "primarykeys <null>/0 <null>/0 'T1'/2"},
+        {"procedures", [&](OdbcDbc* d) { return d->ScanProcedures(nullptr, nullptr, col); },
+         "procedures <null>/0 <null>/0 'C%'/2"},
+        {"procedure columns", [&](OdbcDbc* d) { return d->ScanProcedureColumns(empty, nullptr, tab, col); },
+         "procedurecolumns ''/0 <null>/0 'T1'/2 'C%'/2"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        size_t mark = ScriptDsn::Instance().Mark();
+        OdbcCatalog* scan = c.scan(dbc);
+        ASSERT_NE(scan, nullptr);
+        std::vector<std::string> lines = ScriptDsn::Instance().Since(mark, std::string(c.logged).substr(0, 5));
+        ASSERT_EQ(lines.size(), 1u);
+        EXPECT_EQ(lines[0], c.logged);
+        EXPECT_EQ(scan->Fetch(), Status_NoData);
+        delete scan;  // leaves the connection's children; Disconnect won't delete it again
+    }
+    OdbcCatalog* kept = dbc->ScanTables(nullptr, nullptr, nullptr, nullptr);
+    ASSERT_NE(kept, nullptr);
+    OdbcStmt* st = dbc->CreateStmt();
+    ASSERT_NE(st, nullptr);
+    EXPECT_EQ(dbc->Disconnect(), Status_Ok);  // deletes `kept` and `st`; the sanitizer build checks it
+}
+
+TEST_F(Scripted, BatchBindsColumnWiseArrays) {
+    OdbcStmt* st = dbc->CreateStmt();
+    ASSERT_EQ(st->SetSql("insert ? ?;failrow=1", true), Status_Ok);
+    EXPECT_EQ(st->GetParam(0), nullptr);
+    EXPECT_EQ(st->GetParam(3), nullptr);
+    OdbcParam* n = st->GetParam(1);
+    OdbcParam* s = st->GetParam(2);
+    n->SetSqlType(SQL_INTEGER, 0, 0);
+    n->SetCType(SQL_C_SLONG, 0);
+    s->SetSqlType(SQL_VARCHAR, 10, 0);
+    s->SetCType(SQL_C_CHAR, 0);
+    const char* words[] = {"a", "abc", nullptr};
+    for (int row = 0; row < 3; ++row) {
+        EXPECT_EQ(n->SetData(row * 10, row == 2), Status_Ok);
+        DataTypes::DataValue v;
+        v.isNull = words[row] == nullptr;
+        v.stringValue = const_cast<char*>(words[row]);
+        EXPECT_EQ(s->SetData(5, v, v.isNull), Status_Ok);
+        st->IncrementBatchSize();
+    }
+    int size = -1;
+    st->GetBatchSize(size);
+    EXPECT_EQ(size, 3);
+    size_t mark = ScriptDsn::Instance().Mark();
+    EXPECT_EQ(st->Execute(), Status_Ok);
+    std::vector<std::string> binds = ScriptDsn::Instance().Since(mark, "bindparam");
+    ASSERT_EQ(binds.size(), 2u);
+    EXPECT_NE(binds[1].find("ctype=1 sqltype=12 size=10 digits=0 buflen=4"), std::string::npos) << binds[1];
+    std::vector<std::string> exec = ScriptDsn::Instance().Since(mark, "execute");
+    ASSERT_EQ(exec.size(), 2u);
+    EXPECT_EQ(exec[0], "execute param=1 paramset=3 ind= 0 0 -1");
+    EXPECT_EQ(exec[1], "execute param=2 paramset=3 ind= -3 -3 -1");
+    int status = 5;
+    st->GetBatchParamStatus(0, status);
+    EXPECT_EQ(status, 0);
+    st->GetBatchParamStatus(1, status);
+    EXPECT_EQ(status, -1);
+    status = 5;
+    st->GetBatchParamStatus(3, status);
+    EXPECT_EQ(status, 5) << "beyond the batch: untouched";
+
+    // Back to single execution: the driver no longer sees a parameter array.
+    ASSERT_EQ(st->SetSql("insert ?", false), Status_Ok);
+    st->GetBatchSize(size = -1);
+    EXPECT_EQ(size, -1);
+    st->GetParam(1)->SetSqlType(SQL_INTEGER, 0, 0);
+    st->GetParam(1)->SetData(5, false);
+    mark = ScriptDsn::Instance().Mark();
+    EXPECT_EQ(st->Execute(), Status_Ok);
+    EXPECT_EQ(ScriptDsn::Instance().Since(mark, "execute"), std::vector<std::string>{"execute param=1 paramset=1 ind= 0"});
+    // An unchanged cell isn't bound again.
+    st->GetParam(1)->SetData(6, false);
+    mark = ScriptDsn::Instance().Mark();
+    EXPECT_EQ(st->Execute(), Status_Ok);
+    EXPECT_TRUE(ScriptDsn::Instance().Since(mark, "bindparam").empty());
+}
+
+TEST_F(Scripted, NoResultAndNoConnection) {
+    // No columns: CreateColumns succeeds, and the status is SQLFetch's own.
+    OdbcStmt* st = Run("rows=0");
+    EXPECT_EQ(st->Fetch(), Status_Error);
+    std::string state, message;
+    long code = 0;
+    st->GetInfo(state, code, message);
+    EXPECT_EQ(state, "24000");
+    EXPECT_EQ(st->GetColumn(1), nullptr);
+
+    // Without a session no statement handle can be made: factories give null
+    // and the reason stays at the root.
+    dbc->Disconnect();
+    EXPECT_EQ(dbc->CreateStmt(), nullptr);
+    EXPECT_TRUE(dbc->HasInfo());
+    EXPECT_EQ(dbc->ScanTables(nullptr, nullptr, nullptr, nullptr), nullptr);
+    EXPECT_EQ(dbc->ScanProcedures(nullptr, nullptr, nullptr), nullptr);
+}
+
+TEST_F(Scripted, NoDataFromTheLastColumnEndsTheRows) {
+    // Only the status of the last column read comes out of Fetch.
+    OdbcStmt* st = Run("col=a:4:10:num:1;col=b:12:10:nodata:0");
+    EXPECT_EQ(st->Fetch(), Status_NoData);
+    st = Run("col=a:12:10:nodata:0;col=b:4:10:num:1");
+    EXPECT_EQ(st->Fetch(), Status_Ok);
+    ByteStore value;
+    EXPECT_EQ(st->GetColumn(1)->GetData(&value), Status_Null) << "a column without data reads as NULL";
+}
