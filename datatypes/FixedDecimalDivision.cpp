@@ -179,8 +179,9 @@ bool longdivmod128(unsigned long long aLow, unsigned long long aHigh, unsigned l
     unsigned short aLimbs[kLimbsPer128], bLimbs[kLimbsPer128];
     splitLimbs(aHigh, aLow, aLimbs);
     splitLimbs(bHigh, bLow, bLimbs);
-    // One spare limb each: the contract lets the quotient run to aCount + 1.
-    unsigned short q[kLimbsPer128 + 1] = {}, r[kLimbsPer128 + 1] = {};
+    // Zero-filled: the single-limb path leaves quotientCount alone, and the
+    // joins below read all eight limbs whatever the counts say.
+    unsigned short q[kLimbsPer128] = {}, r[kLimbsPer128] = {};
     unsigned quotientCount = 0, remainderCount = 0;
     const bool ok = longdivmod(aLimbs, trimmedCount(aLimbs, kLimbsPer128), bLimbs,
                                trimmedCount(bLimbs, kLimbsPer128), q, quotientCount, r, remainderCount);

@@ -111,9 +111,9 @@ void divmod1(const unsigned short* a, unsigned int count, unsigned short divisor
 // with a final carry, or 0 for an empty input.
 void mul1(const unsigned short* a, unsigned int count, unsigned short factor, unsigned short* out,
           unsigned int& outCount);
-// Knuth's division. `quotient` needs aCount + 1 limbs and `remainder` aCount.
+// Knuth's division. `quotient` and `remainder` need room for aCount limbs.
 // When b has a single limb quotientCount is not set: clear it beforehand.
-// False for a zero divisor.
+// Leading zero limbs of b are ignored. False for a zero divisor.
 bool longdivmod(const unsigned short* a, unsigned int aCount, const unsigned short* b, unsigned int bCount,
                 unsigned short* quotient, unsigned int& quotientCount, unsigned short* remainder,
                 unsigned int& remainderCount);
