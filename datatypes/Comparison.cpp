@@ -9,7 +9,6 @@ namespace DataTypes {
 
 namespace {
 
-constexpr unsigned int kGap = 9;
 
 bool isMoney(unsigned int type) { return type == MONEY || (type >= MONEY_1 && type <= MONEY_15); }
 
