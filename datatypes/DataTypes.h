@@ -92,3 +92,7 @@ long getMoneyFactor(const unsigned int& word);
 #include "datatypes/DataValue.h"
 #include "datatypes/FixedDecimalValue.h"
 #include "datatypes/PackedValue.h"
+// Text conversion, casting and comparison work on those.
+#include "datatypes/Casting.h"
+#include "datatypes/Comparison.h"
+#include "datatypes/StringConversion.h"

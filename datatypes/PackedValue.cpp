@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "datatypes/DataTypes.h"
+#include "datatypes/StringConversion.h"
 
 namespace DataTypes {
 
@@ -105,6 +106,26 @@ unsigned long packValue(const unsigned int& word, const DataValue& value, unsign
         break;
     }
     return n;
+}
+
+unsigned long packAndAppendValue(unsigned char* out, unsigned long size, const char* text, const unsigned int& word,
+                                 const char* dateFormat, const char* timestampFormat, const char* bigdatetimeFormat,
+                                 const char* timeFormat, const char*& error) {
+    error = nullptr;
+    if (typeOf(word) == STRING) {
+        const unsigned long n = (text ? std::strlen(text) : 0) + 1;
+        if (out == nullptr || n > size) {
+            error = "output buffer overflow";
+            return 0;
+        }
+        if (text) std::memcpy(out, text, n);
+        else out[0] = '\0';
+        return n;
+    }
+    const unsigned long n = convertFromStringAndPack(word, false, text, out, size, error, dateFormat, timestampFormat,
+                                                     bigdatetimeFormat, timeFormat);
+    // Callers have always read the result as a signed 32-bit number.
+    return static_cast<int32_t>(n) < 0 ? 0 : n;
 }
 
 void putLengthOfPackedBinary(unsigned char* packed, unsigned int length) {

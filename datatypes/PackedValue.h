@@ -36,6 +36,15 @@ unsigned long getPackedSize(const unsigned int& word, const DataValue& value);
 unsigned long packValue(const unsigned int& word, const DataValue& value, unsigned char* out,
                         unsigned long size);
 
+// Packs one value given as text at `out` (room `size`) and returns the bytes
+// written, or 0 with `error` set; `error` is cleared first. A STRING is copied
+// with its NUL; every other type goes through convertFromStringAndPack with
+// the given formats (null ones take the defaults) and no byte swap. Despite
+// the name nothing is appended: the caller moves on by the result.
+unsigned long packAndAppendValue(unsigned char* out, unsigned long size, const char* text, const unsigned int& word,
+                                 const char* dateFormat, const char* timestampFormat, const char* bigdatetimeFormat,
+                                 const char* timeFormat, const char*& error);
+
 // Writes the big-endian length ahead of a packed BINARY (4 bytes at `packed`).
 void putLengthOfPackedBinary(unsigned char* packed, unsigned int length);
 
