@@ -375,14 +375,14 @@ bool maximizeType(unsigned int& a, const unsigned int& b) {
         }
         return false;
     }
-    // INT16 widens to nothing here: it meets only itself, UNKNOWN, FLOAT and
-    // decimals, and BOOLEAN when BOOLEAN comes first.
-    if (ta != INT16 && tb != INT16) {
-        for (unsigned int t : {BIGDATETIME, TIMESTAMP, DATE, TIME, INTERVAL, LONG, INTEGER}) {
-            if (ta == t || tb == t) {
-                a = t;
-                return true;
-            }
+    // The widest time or integer type of the two wins, INT16 giving way to any
+    // of them. With neither side in the list only a leading BOOLEAN meets the
+    // other: (BOOLEAN, INT16) is true and (INT16, BOOLEAN) false, and that
+    // asymmetry is kept.
+    for (unsigned int t : {BIGDATETIME, TIMESTAMP, DATE, TIME, INTERVAL, LONG, INTEGER}) {
+        if (ta == t || tb == t) {
+            a = t;
+            return true;
         }
     }
     return ta == BOOLEAN;

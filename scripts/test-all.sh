@@ -28,3 +28,6 @@ export LSAN_OPTIONS="suppressions=$repo/scripts/lsan.supp:print_suppressions=0"
 export ASAN_OPTIONS="detect_leaks=1:abort_on_error=0"
 export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
 ctest --test-dir build-asan --output-on-failure
+
+# Every parser of outside text under the fuzzer for a bounded time.
+bash scripts/fuzz.sh "${ORL_FUZZ_SECONDS:-60}"

@@ -323,8 +323,9 @@ TEST(MaximizeType, StrictRule) {
         {BOOLEAN, INTEGER, true, INTEGER},
         {BOOLEAN, INT16, true, BOOLEAN},
         {INT16, BOOLEAN, false, INT16},
-        {INT16, INTEGER, false, INT16},
-        {INT16, LONG, false, INT16},
+        {INT16, INTEGER, true, INTEGER},
+        {INT16, LONG, true, LONG},
+        {DATE, INT16, true, DATE},
     };
     for (const Case& c : cases) {
         unsigned int a = c.a;

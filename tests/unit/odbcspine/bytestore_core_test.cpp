@@ -65,7 +65,8 @@ TEST(ByteStoreText, ConstructorsTakeStrlenOnAllOnes) {
     EXPECT_EQ(bytes(b), bytes(copy));
     ByteStore assigned("zz", 2);
     assigned = b;
-    assigned = assigned;  // self-assignment keeps the bytes
+    ByteStore& same = assigned;
+    assigned = same;  // self-assignment keeps the bytes
     EXPECT_EQ(bytes(b), bytes(assigned));
 }
 
