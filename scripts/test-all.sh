@@ -18,16 +18,32 @@ for dsn in orl_sqlite orl_pg orl_maria; do
     ./build/tools/orlodbc/orlodbc --dsn "$dsn" --user orl --password orl_pw
 done
 
+# Runs one ctest and adds its count of test programs to the tally.
+passed=0
+run_ctest() {
+    local out
+    out="$(mktemp)"
+    ctest "$@" --output-on-failure 2>&1 | tee "$out"
+    local status="${PIPESTATUS[0]}"
+    local n
+    n="$(sed -n 's/.*tests passed, 0 tests failed out of \([0-9]*\).*/\1/p' "$out" | tail -n1)"
+    passed=$((passed + ${n:-0}))
+    rm -f "$out"
+    return "$status"
+}
+
 # Integration tests share tables in the servers, so they run one at a time.
-ctest --test-dir build -L unit --output-on-failure -j "$(nproc)"
-ctest --test-dir build -L integration --output-on-failure
+run_ctest --test-dir build -L unit -j "$(nproc)"
+run_ctest --test-dir build -L integration
 
 # Leaks inside the databases' own ODBC drivers and the driver manager are
 # theirs, not ours; everything of this project is still checked.
 export LSAN_OPTIONS="suppressions=$repo/scripts/lsan.supp:print_suppressions=0"
 export ASAN_OPTIONS="detect_leaks=1:abort_on_error=0"
 export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
-ctest --test-dir build-asan --output-on-failure
+run_ctest --test-dir build-asan
 
 # Every parser of outside text under the fuzzer for a bounded time.
 bash scripts/fuzz.sh "${ORL_FUZZ_SECONDS:-60}"
+
+echo "test programs: $passed passed, 0 failed"
