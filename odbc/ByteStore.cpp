@@ -39,6 +39,9 @@ ByteStore& ByteStore::operator=(const ByteStore& other) {
 
 unsigned int ByteStore::Grow(unsigned int n) {
     if (n == 0) return 0;
+    // A request that would wrap the 32-bit counters can't be met; without
+    // this check the wrapped sum passes as "room enough" and the copy overruns.
+    if (n > 0xFFFFFFFFu - kSlack - size) return 0;
     if (data == nullptr) {
         unsigned char* p = static_cast<unsigned char*>(std::malloc(static_cast<size_t>(n) + kSlack));
         if (p == nullptr) return 0;
@@ -186,11 +189,10 @@ unsigned char& ByteStore::operator[](int index) {
 }
 
 unsigned int ByteStore::Slam(unsigned int position, const void* bytes, int count) {
-    if (count < 1 || bytes == nullptr) return size;
-    unsigned int n = static_cast<unsigned int>(count);
+    unsigned int n = count > 0 ? static_cast<unsigned int>(count) : 0u;
     if (position + n > size) Extend(position + n, 0);
     // Without the room (out of memory) the write would land outside the buffer.
-    if (data == nullptr || position + n > size) return size;
+    if (n == 0 || bytes == nullptr || data == nullptr || position + n > size) return size;
     std::memmove(data + position, bytes, n);
     return size;
 }

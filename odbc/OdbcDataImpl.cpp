@@ -210,7 +210,9 @@ e_Status OdbcDataImpl::GetDirection(short& value) {
 template <typename T>
 T OdbcDataImpl::Read() const {
     T v{};
-    unsigned int n = bindArea.Size() < sizeof(T) ? bindArea.Size() : static_cast<unsigned int>(sizeof(T));
+    // Bounded by the allocation, not the size: a 64-bit value lives in an
+    // area of one byte (cLength 0) whose first buffer has room for it.
+    unsigned int n = bindArea.Capacity() < sizeof(T) ? bindArea.Capacity() : static_cast<unsigned int>(sizeof(T));
     if (bindArea.Data() != nullptr && n > 0) std::memcpy(&v, bindArea.Data(), n);
     return v;
 }

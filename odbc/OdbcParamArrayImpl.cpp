@@ -64,7 +64,12 @@ e_Status OdbcParamArrayImpl::SetCType(short type, int length) {
     return status;
 }
 
-void OdbcParamArrayImpl::AddIndicator(SQLLEN value) { indicators.Append(&value, sizeof value); }
+// A row added after a bind may move the arrays ODBC holds, so it calls for a
+// new bind; before the first bind this changes nothing.
+void OdbcParamArrayImpl::AddIndicator(SQLLEN value) {
+    indicators.Append(&value, sizeof value);
+    isBound = false;
+}
 
 template <typename T>
 e_Status OdbcParamArrayImpl::AddRow(const T& value, bool isNull) {

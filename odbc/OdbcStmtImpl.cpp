@@ -153,7 +153,8 @@ e_Status OdbcStmtImpl::Close() { return GetStatus(this, SQLFreeStmt(hstmt, SQL_C
 e_Status OdbcStmtImpl::RowCount(long& rows) {
     SQLLEN n = 0;
     e_Status status = GetStatus(this, SQLRowCount(hstmt, &n));
-    rows = static_cast<long>(n);
+    // As if the driver wrote the caller's variable: untouched on a failure.
+    if (status == Status_Ok) rows = static_cast<long>(n);
     return status;
 }
 

@@ -67,6 +67,8 @@ TEST(ByteStoreEdit, Table) {
         {"slammi16", "", [](ByteStore& s) { return s.SlamMi16(0, 0x0102); }, 2, "\x01\x02"},
         {"slam32", "", [](ByteStore& s) { return s.Slam32(0, 0x01020304); }, 4, "\x04\x03\x02\x01"},
         {"slammi32", "", [](ByteStore& s) { return s.SlamMi32(0, 0x01020304); }, 4, "\x01\x02\x03\x04"},
+        {"slam nothing beyond extends", "ab", [](ByteStore& s) { return s.Slam(4, "", 0); }, 4, "ab" + Z(2)},
+        {"grow that would wrap fails", "abc", [](ByteStore& s) { return s.Grow(0xFFFFFFFEu); }, 0, "abc"},
     };
     for (const EditCase& c : cases) RunEdit(c);
 }

@@ -200,6 +200,10 @@ TEST_F(CellTest, NullAndStructures) {
     EXPECT_EQ(cell.GetData(&target), Status_Null);
     EXPECT_EQ(target.Size(), 0u);
     EXPECT_EQ(cell.GetData(static_cast<ByteStore*>(nullptr)), Status_Error);
+    long big = 0;
+    cell.SetData(1L << 40, false);
+    EXPECT_EQ(cell.GetData(big), Status_Ok);
+    EXPECT_EQ(big, 1L << 40) << "8 bytes in an area of one";
 }
 
 TEST_F(CellTest, DoubleTextOutOfRangeJudgesThePriorOutput) {

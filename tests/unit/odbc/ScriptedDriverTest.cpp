@@ -318,6 +318,13 @@ TEST_F(Scripted, BatchBindsColumnWiseArrays) {
     status = 5;
     st->GetBatchParamStatus(3, status);
     EXPECT_EQ(status, 5) << "beyond the batch: untouched";
+    // A row added after the bind moves the arrays: bound again, all rows sent.
+    n->SetData(30, false);
+    s->SetData(5, DataTypes::DataValue(), true);
+    st->IncrementBatchSize();
+    mark = ScriptDsn::Instance().Mark();
+    EXPECT_EQ(st->Execute(), Status_Ok);
+    EXPECT_EQ(ScriptDsn::Instance().Since(mark, "bindparam").size(), 2u);
 
     // Back to single execution: the driver no longer sees a parameter array.
     ASSERT_EQ(st->SetSql("insert ?", false), Status_Ok);
