@@ -79,6 +79,17 @@ std::string Hex(const unsigned char* bytes, unsigned int n) {
     return out;
 }
 
+namespace {
+// Reads through the overload of T and prints the value.
+template <typename T>
+e_Status ShowAs(OdbcCol* column, std::string& out) {
+    T v{};
+    e_Status st = column->GetData(v);
+    out = std::to_string(+v);
+    return st;
+}
+} // namespace
+
 std::string LayerTest::Show(OdbcCol* column) {
     if (column == nullptr) return "(no column)";
     short cType = 0;
@@ -86,67 +97,27 @@ std::string LayerTest::Show(OdbcCol* column) {
     char buf[96];
     e_Status st = Status_Error;
     std::string out;
+    ByteStore v;
     switch (cType) {
-    case SQL_C_BIT: {
-        bool v = false;
-        st = column->GetData(v);
-        out = v ? "1" : "0";
-        break;
-    }
-    case SQL_C_TINYINT: {
-        char v = 0;
-        st = column->GetData(v);
-        out = std::to_string(static_cast<int>(v));
-        break;
-    }
-    case SQL_C_UTINYINT: {
-        unsigned char v = 0;
-        st = column->GetData(v);
-        out = std::to_string(v);
-        break;
-    }
-    case SQL_C_SHORT: {
-        short v = 0;
-        st = column->GetData(v);
-        out = std::to_string(v);
-        break;
-    }
-    case SQL_C_USHORT: {
-        unsigned short v = 0;
-        st = column->GetData(v);
-        out = std::to_string(v);
-        break;
-    }
-    case SQL_C_LONG: {
-        int v = 0;
-        st = column->GetData(v);
-        out = std::to_string(v);
-        break;
-    }
-    case SQL_C_ULONG: {
-        unsigned int v = 0;
-        st = column->GetData(v);
-        out = std::to_string(v);
-        break;
-    }
-    case SQL_C_SBIGINT: {
-        long v = 0;
-        st = column->GetData(v);
-        out = std::to_string(v);
-        break;
-    }
+    case SQL_C_BIT: st = ShowAs<bool>(column, out); break;
+    case SQL_C_TINYINT: st = ShowAs<char>(column, out); break;
+    case SQL_C_UTINYINT: st = ShowAs<unsigned char>(column, out); break;
+    case SQL_C_SHORT: st = ShowAs<short>(column, out); break;
+    case SQL_C_USHORT: st = ShowAs<unsigned short>(column, out); break;
+    case SQL_C_LONG: st = ShowAs<int>(column, out); break;
+    case SQL_C_ULONG: st = ShowAs<unsigned int>(column, out); break;
+    case SQL_C_SBIGINT: st = ShowAs<long>(column, out); break;
     case SQL_C_DOUBLE: {
-        double v = 0;
-        st = column->GetData(v);
-        std::snprintf(buf, sizeof buf, "%g", v);
+        double d = 0;
+        st = column->GetData(d);
+        std::snprintf(buf, sizeof buf, "%g", d);
         out = buf;
         break;
     }
-    default: {
-        ByteStore v;
+    default:
         st = column->GetData(&v);
         if (cType == SQL_C_CHAR) {
-            out.assign(reinterpret_cast<const char*>(v.Data() ? v.Data() : (const unsigned char*)""), v.Size());
+            out.assign(v.Text(), v.Size());
         } else if (cType == SQL_C_TYPE_TIMESTAMP && v.Size() == 16) {
             tagTIMESTAMP_STRUCT t;
             std::memcpy(&t, v.Data(), 16);
@@ -161,8 +132,6 @@ std::string LayerTest::Show(OdbcCol* column) {
         } else {
             out = "x" + Hex(v.Data(), v.Size());
         }
-        break;
-    }
     }
     if (st == Status_Null) return "NULL";
     if (st != Status_Ok) return "(status " + std::to_string(st) + ")";
