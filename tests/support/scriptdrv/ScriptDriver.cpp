@@ -24,6 +24,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -36,11 +37,9 @@ struct Diag {
 };
 
 struct Handle {
-    SQLSMALLINT type;
+    virtual ~Handle() = default;
     std::vector<Diag> diags;
 };
-
-struct Env : Handle {};
 
 struct Dbc : Handle {
     std::string dbms = "Scripted DB";
@@ -118,19 +117,9 @@ std::string Text(SQLCHAR* s, SQLINTEGER length) {
 
 std::vector<std::string> Split(const std::string& s, char sep) {
     std::vector<std::string> out;
-    size_t start = 0;
-    for (;;) {
-        size_t end = s.find(sep, start);
-        out.push_back(s.substr(start, end == std::string::npos ? std::string::npos : end - start));
-        if (end == std::string::npos) break;
-        start = end + 1;
-    }
+    std::istringstream in(s);
+    for (std::string part; std::getline(in, part, sep);) out.push_back(part);
     return out;
-}
-
-std::string Trim(const std::string& s) {
-    size_t a = s.find_first_not_of(" \t\n"), b = s.find_last_not_of(" \t\n");
-    return a == std::string::npos ? std::string() : s.substr(a, b - a + 1);
 }
 
 void Parse(Stmt* st) {
@@ -143,7 +132,8 @@ void Parse(Stmt* st) {
     for (char c : st->text)
         if (c == '?') ++st->params;
     for (const std::string& raw : Split(st->text, ';')) {
-        std::string d = Trim(raw);
+        size_t a = raw.find_first_not_of(" \t\n"), b = raw.find_last_not_of(" \t\n");
+        std::string d = a == std::string::npos ? std::string() : raw.substr(a, b - a + 1);
         if (d.compare(0, 4, "col=") == 0) {
             std::vector<std::string> f = Split(d.substr(4), ':');
             Column c;
@@ -204,6 +194,17 @@ std::string ColumnBytes(const Column& c) {
     return c.arg;
 }
 
+// Bytes of each integer C type; 0 for the others.
+SQLLEN IntegerWidth(SQLSMALLINT cType) {
+    switch (cType) {
+    case SQL_C_BIT: case SQL_C_TINYINT: case SQL_C_STINYINT: case SQL_C_UTINYINT: return 1;
+    case SQL_C_SHORT: case SQL_C_SSHORT: case SQL_C_USHORT: return 2;
+    case SQL_C_LONG: case SQL_C_SLONG: case SQL_C_ULONG: return 4;
+    case SQL_C_SBIGINT: case SQL_C_UBIGINT: return 8;
+    default: return 0;
+    }
+}
+
 template <typename T>
 SQLRETURN PutFixed(T value, SQLPOINTER target, SQLLEN* ind) {
     std::memcpy(target, &value, sizeof value);
@@ -216,45 +217,22 @@ SQLRETURN PutFixed(T value, SQLPOINTER target, SQLLEN* ind) {
 extern "C" {
 
 SQLRETURN SQL_API SQLAllocHandle(SQLSMALLINT type, SQLHANDLE input, SQLHANDLE* output) {
-    switch (type) {
-    case SQL_HANDLE_ENV: {
-        Env* e = new Env;
-        e->type = type;
-        *output = e;
-        return SQL_SUCCESS;
-    }
-    case SQL_HANDLE_DBC: {
-        Dbc* d = new Dbc;
-        d->type = type;
-        *output = d;
-        return SQL_SUCCESS;
-    }
-    case SQL_HANDLE_STMT: {
+    if (type == SQL_HANDLE_ENV) {
+        *output = static_cast<Handle*>(new Handle);
+    } else if (type == SQL_HANDLE_DBC) {
+        *output = static_cast<Handle*>(new Dbc);
+    } else if (type == SQL_HANDLE_STMT) {
         Stmt* s = new Stmt;
-        s->type = type;
-        s->dbc = static_cast<Dbc*>(input);
-        *output = s;
-        return SQL_SUCCESS;
-    }
-    default:
+        s->dbc = static_cast<Dbc*>(static_cast<Handle*>(input));
+        *output = static_cast<Handle*>(s);
+    } else {
         return SQL_ERROR;
     }
+    return SQL_SUCCESS;
 }
 
-SQLRETURN SQL_API SQLFreeHandle(SQLSMALLINT type, SQLHANDLE handle) {
-    switch (type) {
-    case SQL_HANDLE_ENV:
-        delete static_cast<Env*>(handle);
-        break;
-    case SQL_HANDLE_DBC:
-        delete static_cast<Dbc*>(handle);
-        break;
-    case SQL_HANDLE_STMT:
-        delete static_cast<Stmt*>(handle);
-        break;
-    default:
-        return SQL_ERROR;
-    }
+SQLRETURN SQL_API SQLFreeHandle(SQLSMALLINT, SQLHANDLE handle) {
+    delete static_cast<Handle*>(handle);
     return SQL_SUCCESS;
 }
 
@@ -501,35 +479,12 @@ SQLRETURN SQL_API SQLGetData(SQLHSTMT hstmt, SQLUSMALLINT number, SQLSMALLINT cT
         rc = SQL_NO_DATA;
     } else if (c.nullRow == -1 || c.nullRow == st->row) {
         reported = SQL_NULL_DATA;
-    } else if (c.kind == "num" && cType != SQL_C_CHAR && cType != SQL_C_BINARY) {
+    } else if (c.kind == "num" && IntegerWidth(cType) > 0) {
+        // The low bytes of the number, as the little-endian target stores them.
         long long v = std::strtoll(c.arg.c_str(), nullptr, 10);
-        switch (cType) {
-        case SQL_C_BIT:
-        case SQL_C_TINYINT:
-        case SQL_C_STINYINT:
-        case SQL_C_UTINYINT:
-            rc = PutFixed(static_cast<signed char>(v), target, &reported);
-            break;
-        case SQL_C_SHORT:
-        case SQL_C_SSHORT:
-        case SQL_C_USHORT:
-            rc = PutFixed(static_cast<short>(v), target, &reported);
-            break;
-        case SQL_C_LONG:
-        case SQL_C_SLONG:
-        case SQL_C_ULONG:
-            rc = PutFixed(static_cast<SQLINTEGER>(v), target, &reported);
-            break;
-        case SQL_C_SBIGINT:
-        case SQL_C_UBIGINT:
-            rc = PutFixed(static_cast<long long>(v), target, &reported);
-            break;
-        case SQL_C_DOUBLE:
-            rc = PutFixed(std::strtod(c.arg.c_str(), nullptr), target, &reported);
-            break;
-        default:
-            rc = Fail(st, "07006", "restricted data type");
-        }
+        std::memcpy(target, &v, static_cast<size_t>(reported = IntegerWidth(cType)));
+    } else if (c.kind == "num" && cType == SQL_C_DOUBLE) {
+        rc = PutFixed(std::strtod(c.arg.c_str(), nullptr), target, &reported);
     } else if (c.kind == "ts" && cType == SQL_C_TYPE_TIMESTAMP) {
         rc = PutFixed(SQL_TIMESTAMP_STRUCT{2024, 2, 29, 23, 59, 58, 123000000}, target, &reported);
     } else if (c.kind == "time" && cType == SQL_C_TYPE_TIME) {
