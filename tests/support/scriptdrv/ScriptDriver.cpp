@@ -61,16 +61,7 @@ struct Result {
     std::vector<Column> columns;
 };
 
-struct Param {
-    SQLSMALLINT cType = 0, sqlType = 0;
-    SQLULEN size = 0;
-    SQLPOINTER buffer = nullptr;
-    SQLLEN bufferLength = 0;
-    SQLLEN* indicator = nullptr;
-};
-
 struct Stmt : Handle {
-    Dbc* dbc = nullptr;
     std::string text;
     std::vector<Result> results;
     size_t current = 0;
@@ -80,26 +71,18 @@ struct Stmt : Handle {
     size_t longMessage = 0;
     long failRow = -1;
     int params = 0;
-    std::vector<Param> bound;
+    std::vector<SQLLEN*> bound;  // the indicator array of each parameter
     SQLULEN paramsetSize = 1;
     SQLUSMALLINT* paramStatus = nullptr;
     std::vector<SQLLEN> offsets;  // bytes handed out of each column this row
     std::vector<int> calls;
 };
 
-FILE* Log() {
-    static FILE* f = nullptr;
-    static bool tried = false;
-    if (!tried) {
-        tried = true;
-        const char* path = std::getenv("ORL_SCRIPTDRV_LOG");
-        if (path && *path) f = std::fopen(path, "a");
-    }
-    return f;
-}
-
 void Record(const char* format, ...) {
-    FILE* f = Log();
+    static FILE* f = [] {
+        const char* path = std::getenv("ORL_SCRIPTDRV_LOG");
+        return path && *path ? std::fopen(path, "a") : nullptr;
+    }();
     if (!f) return;
     va_list ap;
     va_start(ap, format);
@@ -216,15 +199,13 @@ SQLRETURN PutFixed(T value, SQLPOINTER target, SQLLEN* ind) {
 
 extern "C" {
 
-SQLRETURN SQL_API SQLAllocHandle(SQLSMALLINT type, SQLHANDLE input, SQLHANDLE* output) {
+SQLRETURN SQL_API SQLAllocHandle(SQLSMALLINT type, SQLHANDLE, SQLHANDLE* output) {
     if (type == SQL_HANDLE_ENV) {
         *output = static_cast<Handle*>(new Handle);
     } else if (type == SQL_HANDLE_DBC) {
         *output = static_cast<Handle*>(new Dbc);
     } else if (type == SQL_HANDLE_STMT) {
-        Stmt* s = new Stmt;
-        s->dbc = static_cast<Dbc*>(static_cast<Handle*>(input));
-        *output = static_cast<Handle*>(s);
+        *output = static_cast<Handle*>(new Stmt);
     } else {
         return SQL_ERROR;
     }
@@ -350,12 +331,12 @@ SQLRETURN SQL_API SQLDescribeParam(SQLHSTMT, SQLUSMALLINT, SQLSMALLINT* type, SQ
 }
 
 SQLRETURN SQL_API SQLBindParameter(SQLHSTMT hstmt, SQLUSMALLINT number, SQLSMALLINT direction, SQLSMALLINT cType,
-                                   SQLSMALLINT sqlType, SQLULEN size, SQLSMALLINT digits, SQLPOINTER buffer,
+                                   SQLSMALLINT sqlType, SQLULEN size, SQLSMALLINT digits, SQLPOINTER,
                                    SQLLEN bufferLength, SQLLEN* indicator) {
     Stmt* st = static_cast<Stmt*>(hstmt);
     if (number < 1 || number > st->params) return Fail(st, "07009", "invalid parameter number");
     if (st->bound.size() < number) st->bound.resize(number);
-    st->bound[number - 1] = {cType, sqlType, size, buffer, bufferLength, indicator};
+    st->bound[number - 1] = indicator;
     Record("bindparam n=%d dir=%d ctype=%d sqltype=%d size=%lu digits=%d buflen=%ld", number, direction, cType,
            sqlType, static_cast<unsigned long>(size), digits, static_cast<long>(bufferLength));
     return SQL_SUCCESS;
@@ -385,8 +366,8 @@ SQLRETURN SQL_API SQLExecute(SQLHSTMT hstmt) {
     // Each parameter of each row as the driver would read it: its indicator.
     for (size_t p = 0; p < st->bound.size(); ++p) {
         std::string line;
-        for (SQLULEN r = 0; r < st->paramsetSize && st->bound[p].indicator; ++r)
-            line += " " + std::to_string(static_cast<long>(st->bound[p].indicator[r]));
+        for (SQLULEN r = 0; r < st->paramsetSize && st->bound[p]; ++r)
+            line += " " + std::to_string(static_cast<long>(st->bound[p][r]));
         Record("execute param=%zu paramset=%lu ind=%s", p + 1, static_cast<unsigned long>(st->paramsetSize),
                line.c_str());
     }
