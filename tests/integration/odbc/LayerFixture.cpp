@@ -56,19 +56,6 @@ void LayerTest::Drop(const std::string& table) {
     dbc->Commit();
 }
 
-std::string LayerTest::BinaryType() const {
-    if (Is("pg")) return "BYTEA";
-    if (Is("maria")) return "LONGBLOB";
-    return "BLOB";
-}
-
-std::string LayerTest::LongTextType() const { return Is("maria") ? "LONGTEXT" : "TEXT"; }
-
-std::string LayerTest::TimestampType() const {
-    if (Is("maria")) return "DATETIME(6)";
-    return "TIMESTAMP";
-}
-
 std::string Hex(const unsigned char* bytes, unsigned int n) {
     std::string out;
     char buf[3];

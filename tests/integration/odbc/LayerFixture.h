@@ -31,9 +31,9 @@ protected:
     static std::string Show(OdbcCol* column);
 
     bool Is(const char* label) const { return std::string(GetParam().label) == label; }
-    std::string BinaryType() const;
-    std::string LongTextType() const;
-    std::string TimestampType() const;
+    std::string BinaryType() const { return Is("pg") ? "BYTEA" : Is("maria") ? "LONGBLOB" : "BLOB"; }
+    std::string LongTextType() const { return Is("maria") ? "LONGTEXT" : "TEXT"; }
+    std::string TimestampType() const { return Is("maria") ? "DATETIME(6)" : "TIMESTAMP"; }
 
     std::unique_ptr<OdbcEnv> env;
     OdbcDbc* dbc = nullptr;

@@ -177,6 +177,17 @@ std::string ColumnBytes(const Column& c) {
     return c.arg;
 }
 
+// Copies text into an application buffer of `length` bytes, NUL-terminated,
+// and reports its whole length; true when it had to be cut.
+bool PutText(const std::string& text, void* buffer, SQLSMALLINT length, SQLSMALLINT* total) {
+    if (total) *total = static_cast<SQLSMALLINT>(text.size());
+    if (buffer == nullptr || length <= 0) return false;
+    size_t n = text.size() < static_cast<size_t>(length - 1) ? text.size() : static_cast<size_t>(length - 1);
+    std::memcpy(buffer, text.data(), n);
+    static_cast<char*>(buffer)[n] = 0;
+    return n < text.size();
+}
+
 // Bytes of each integer C type; 0 for the others.
 SQLLEN IntegerWidth(SQLSMALLINT cType) {
     switch (cType) {
@@ -250,30 +261,16 @@ SQLRETURN SQL_API SQLEndTran(SQLSMALLINT, SQLHANDLE, SQLSMALLINT completion) {
 
 SQLRETURN SQL_API SQLGetInfo(SQLHDBC hdbc, SQLUSMALLINT info, SQLPOINTER value, SQLSMALLINT length,
                              SQLSMALLINT* outLength) {
-    Dbc* d = static_cast<Dbc*>(hdbc);
-    std::string text;
-    switch (info) {
-    case SQL_DBMS_NAME:
-        text = d->dbms;
-        break;
-    case SQL_DRIVER_ODBC_VER:
-        text = "03.00";
-        break;
-    case SQL_DRIVER_NAME:
-        text = "liborl_scriptdrv.so";
-        break;
-    default:
-        // Numeric answers: zero is "not supported" for everything asked.
-        if (value && length >= 4) std::memset(value, 0, 4);
-        if (outLength) *outLength = 4;
+    if (info == SQL_DBMS_NAME || info == SQL_DRIVER_ODBC_VER || info == SQL_DRIVER_NAME) {
+        PutText(info == SQL_DBMS_NAME         ? static_cast<Dbc*>(hdbc)->dbms
+                : info == SQL_DRIVER_ODBC_VER ? "03.00"
+                                              : "liborl_scriptdrv.so",
+                value, length, outLength);
         return SQL_SUCCESS;
     }
-    if (value && length > 0) {
-        size_t n = text.size() < static_cast<size_t>(length - 1) ? text.size() : static_cast<size_t>(length - 1);
-        std::memcpy(value, text.data(), n);
-        static_cast<char*>(value)[n] = 0;
-    }
-    if (outLength) *outLength = static_cast<SQLSMALLINT>(text.size());
+    // Numeric answers: zero is "not supported" for everything asked.
+    if (value && length >= 4) std::memset(value, 0, 4);
+    if (outLength) *outLength = 4;
     return SQL_SUCCESS;
 }
 
@@ -284,14 +281,7 @@ SQLRETURN SQL_API SQLGetDiagRec(SQLSMALLINT, SQLHANDLE handle, SQLSMALLINT recor
     const Diag& d = h->diags[record - 1];
     if (state) std::snprintf(reinterpret_cast<char*>(state), 6, "%s", d.state.c_str());
     if (native) *native = d.native;
-    if (textLength) *textLength = static_cast<SQLSMALLINT>(d.message.size());
-    if (message && length > 0) {
-        size_t n = d.message.size() < static_cast<size_t>(length - 1) ? d.message.size() : static_cast<size_t>(length - 1);
-        std::memcpy(message, d.message.data(), n);
-        message[n] = 0;
-        if (n < d.message.size()) return SQL_SUCCESS_WITH_INFO;
-    }
-    return SQL_SUCCESS;
+    return PutText(d.message, message, length, textLength) ? SQL_SUCCESS_WITH_INFO : SQL_SUCCESS;
 }
 
 SQLRETURN SQL_API SQLGetDiagField(SQLSMALLINT, SQLHANDLE handle, SQLSMALLINT record, SQLSMALLINT field,
@@ -397,8 +387,7 @@ SQLRETURN SQL_API SQLDescribeCol(SQLHSTMT hstmt, SQLUSMALLINT number, SQLCHAR* n
     const Result* r = CurrentResult(st);
     if (!r || number < 1 || number > r->columns.size()) return Fail(st, "07009", "invalid column number");
     const Column& c = r->columns[number - 1];
-    if (name && length > 0) std::snprintf(reinterpret_cast<char*>(name), static_cast<size_t>(length), "%s", c.name.c_str());
-    if (nameLength) *nameLength = static_cast<SQLSMALLINT>(c.name.size());
+    PutText(c.name, name, length, nameLength);
     if (type) *type = c.sqlType;
     if (size) *size = c.size;
     if (digits) *digits = 0;
@@ -426,8 +415,7 @@ SQLRETURN SQL_API SQLColAttribute(SQLHSTMT hstmt, SQLUSMALLINT number, SQLUSMALL
     case SQL_DESC_NAME:
     case SQL_COLUMN_NAME:
     case SQL_DESC_LABEL:
-        if (text && length > 0) std::snprintf(static_cast<char*>(text), static_cast<size_t>(length), "%s", c.name.c_str());
-        if (textLength) *textLength = static_cast<SQLSMALLINT>(c.name.size());
+        PutText(c.name, text, length, textLength);
         break;
     default:
         if (numeric) *numeric = 0;
