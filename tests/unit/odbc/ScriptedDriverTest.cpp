@@ -104,7 +104,6 @@ TEST_F(Scripted, ChunkedReadsCallByCall) {
         std::vector<long> calls;
     };
     const std::vector<Case> cases = {
-        {"short text, one call", "12:100:text:99", "text", 99, {101}},
         {"text of cLength-1", "12:20000:text:8000", "text", 8000, {8001}},
         {"text one past the first chunk", "12:20000:text:8001", "text", 8001, {8001, 4}},
         {"text 20000", "-1:20000:text:20000", "text", 20000, {8001, 12000, 4}},
