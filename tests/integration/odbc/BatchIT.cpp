@@ -28,9 +28,9 @@ tagTIMESTAMP_STRUCT Stamp(int row) {
 
 TEST_P(LayerTest, ColumnWiseBatchReadsBackExactly) {
     Drop("odbc_l_batch");
-    Exec("CREATE TABLE odbc_l_batch (id INTEGER, n INTEGER, d " + std::string(Is("pg") ? "DOUBLE PRECISION" : "DOUBLE") +
-         ", s VARCHAR(40), f VARCHAR(12), b " + (Is("pg") ? "BYTEA" : "VARBINARY(20)") + ", ts " + TimestampType() +
-         ")");
+    Exec("CREATE TABLE odbc_l_batch (id INTEGER, n INTEGER, d " +
+         std::string(Is("pg") ? "DOUBLE PRECISION" : "DOUBLE") + ", s VARCHAR(40), f VARCHAR(12), b " +
+         (Is("pg") ? "BYTEA" : "VARBINARY(20)") + ", ts " + TimestampType() + ")");
     OdbcStmt* st = Prepare("INSERT INTO odbc_l_batch (id, n, d, s, f, b, ts) VALUES (?, ?, ?, ?, ?, ?, ?)", true);
     ASSERT_NE(st->GetParam(7), nullptr) << Info(st);
     const struct {
@@ -38,8 +38,9 @@ TEST_P(LayerTest, ColumnWiseBatchReadsBackExactly) {
         unsigned int size;
         short cType;
         int length;
-    } setup[] = {{SQL_INTEGER, 0, SQL_C_SLONG, 0},  {SQL_INTEGER, 0, SQL_C_SLONG, 0},   {SQL_DOUBLE, 0, SQL_C_DOUBLE, 0},
-                 {SQL_VARCHAR, 40, SQL_C_CHAR, 40}, {SQL_VARCHAR, 12, SQL_C_CHAR, 12},  {SQL_VARBINARY, 20, SQL_C_BINARY, 20},
+    } setup[] = {{SQL_INTEGER, 0, SQL_C_SLONG, 0},      {SQL_INTEGER, 0, SQL_C_SLONG, 0},
+                 {SQL_DOUBLE, 0, SQL_C_DOUBLE, 0},      {SQL_VARCHAR, 40, SQL_C_CHAR, 40},
+                 {SQL_VARCHAR, 12, SQL_C_CHAR, 12},     {SQL_VARBINARY, 20, SQL_C_BINARY, 20},
                  {SQL_TYPE_TIMESTAMP, 19, SQL_C_TYPE_TIMESTAMP, 16}};
     std::vector<std::string> bytes(kRows);
     for (int row = 0; row < kRows; ++row) {
@@ -59,7 +60,8 @@ TEST_P(LayerTest, ColumnWiseBatchReadsBackExactly) {
         bytes[row] = Bytes(row);
         // No NULL rows here: a NULL binary row can't travel in an array (its
         // indicator is the zero-extended 32-bit all-ones value).
-        binary.binaryValue = {reinterpret_cast<unsigned char*>(&bytes[row][0]), static_cast<uint32_t>(bytes[row].size())};
+        binary.binaryValue = {reinterpret_cast<unsigned char*>(&bytes[row][0]),
+                              static_cast<uint32_t>(bytes[row].size())};
         ASSERT_EQ(st->GetParam(6)->SetData(28u, binary, false), Status_Ok);
         st->GetParam(7)->SetData(Stamp(row), row % 17 == 0);
         st->IncrementBatchSize();

@@ -113,7 +113,8 @@ TEST_P(LayerTest, SingleParametersOfEveryCType) {
         {"t", SQL_VARCHAR, 40, [&](P p) { return p->SetCType(SQL_C_CHAR, 1), p->SetData(5u, text, true); }, "NULL"},
         {"bin", SQL_LONGVARBINARY, 100, [&](P p) { return p->SetData(28u, binary, false); }, "x00ff10"},
         {"bin", SQL_LONGVARBINARY, 100, [&](P p) { return p->SetData(&binaryStore, true, false); }, "x00ff10"},
-        {"ts", SQL_TYPE_TIMESTAMP, 26, [](P p) { return p->SetData(tagTIMESTAMP_STRUCT{2024, 2, 29, 23, 59, 58, 0}, false); },
+        {"ts", SQL_TYPE_TIMESTAMP, 26,
+         [](P p) { return p->SetData(tagTIMESTAMP_STRUCT{2024, 2, 29, 23, 59, 58, 0}, false); },
          "2024-02-29 23:59:58.0"},
         {"tm", SQL_TYPE_TIME, 8, [](P p) { return p->SetData(tagTIME_STRUCT{12, 34, 56}, false); }, "12:34:56"},
     };
@@ -134,7 +135,8 @@ TEST_P(LayerTest, SingleParametersOfEveryCType) {
         delete ins;
         ORL_ASSERT_OK(dbc->Commit(), dbc);
 
-        OdbcStmt* sel = Prepare(std::string("SELECT ") + c.column + " FROM odbc_l_params WHERE k = " + std::to_string(key));
+        OdbcStmt* sel = Prepare(std::string("SELECT ") + c.column + " FROM odbc_l_params WHERE k = " +
+                                std::to_string(key));
         ORL_ASSERT_OK(sel->Execute(), sel);
         ORL_ASSERT_OK(sel->Fetch(), sel);
         EXPECT_EQ(Show(sel->GetColumn(1)), Is("sqlite") && c.sqliteReads ? c.sqliteReads : c.expected);

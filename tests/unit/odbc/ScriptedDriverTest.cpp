@@ -216,10 +216,12 @@ TEST_F(Scripted, CatalogArgumentsAreCounted) {
     char empty[] = "", tab[] = "T1", col[] = "C%", other[] = "ignored";
     using D = OdbcDbc*;
     const std::vector<std::pair<std::function<OdbcCatalog*(D)>, std::string>> cases = {
-        {[](D d) { return d->ScanTables(nullptr, nullptr, nullptr, nullptr); }, "tables <null>/0 <null>/0 <null>/0 <null>/0"},
+        {[](D d) { return d->ScanTables(nullptr, nullptr, nullptr, nullptr); },
+         "tables <null>/0 <null>/0 <null>/0 <null>/0"},
         {[&](D d) { return d->ScanTables(empty, nullptr, tab, empty); }, "tables ''/0 <null>/0 'T1'/2 ''/0"},
         {[&](D d) { return d->ScanTableColumns(nullptr, empty, tab, col); }, "columns <null>/0 ''/0 'T1'/2 'C%'/2"},
-        {[&](D d) { return d->ScanTablePrimaryKey(nullptr, nullptr, tab, other); }, "primarykeys <null>/0 <null>/0 'T1'/2"},
+        {[&](D d) { return d->ScanTablePrimaryKey(nullptr, nullptr, tab, other); },
+         "primarykeys <null>/0 <null>/0 'T1'/2"},
         {[&](D d) { return d->ScanProcedures(nullptr, nullptr, col); }, "procedures <null>/0 <null>/0 'C%'/2"},
         {[&](D d) { return d->ScanProcedureColumns(empty, nullptr, tab, col); },
          "procedurecolumns ''/0 <null>/0 'T1'/2 'C%'/2"},
@@ -267,7 +269,8 @@ TEST_F(Scripted, BatchBindsColumnWiseArrays) {
     ASSERT_EQ(binds.size(), 2u);
     EXPECT_NE(binds[1].find("ctype=1 sqltype=12 size=10 digits=0 buflen=4"), std::string::npos) << binds[1];
     EXPECT_EQ(ScriptDsn::Instance().Since(mark, "execute"),
-              (std::vector<std::string>{"execute param=1 paramset=3 ind= 0 0 -1", "execute param=2 paramset=3 ind= -3 -3 -1"}));
+              (std::vector<std::string>{"execute param=1 paramset=3 ind= 0 0 -1",
+                                        "execute param=2 paramset=3 ind= -3 -3 -1"}));
     std::vector<int> statuses(4, 5);
     for (int row = 0; row < 4; ++row) st->GetBatchParamStatus(row, statuses[row]);
     EXPECT_EQ(statuses, (std::vector<int>{0, -1, 0, 5})) << "the row beyond the batch is untouched";
@@ -278,7 +281,8 @@ TEST_F(Scripted, BatchBindsColumnWiseArrays) {
     mark = ScriptDsn::Instance().Mark();
     EXPECT_EQ(st->Execute(), Status_Ok);
     EXPECT_EQ(ScriptDsn::Instance().Since(mark, "execute"),
-              (std::vector<std::string>{"execute param=1 paramset=4 ind= 0 0 -1 0", "execute param=2 paramset=4 ind= -3 -3 -1 -1"}));
+              (std::vector<std::string>{"execute param=1 paramset=4 ind= 0 0 -1 0",
+                                        "execute param=2 paramset=4 ind= -3 -3 -1 -1"}));
     EXPECT_EQ(ScriptDsn::Instance().Since(mark, "bindparam").size(), 2u);
 
     // Back to single execution: the driver no longer sees a parameter array.
@@ -289,7 +293,8 @@ TEST_F(Scripted, BatchBindsColumnWiseArrays) {
     st->GetParam(1)->SetData(5, false);
     mark = ScriptDsn::Instance().Mark();
     EXPECT_EQ(st->Execute(), Status_Ok);
-    EXPECT_EQ(ScriptDsn::Instance().Since(mark, "execute"), std::vector<std::string>{"execute param=1 paramset=1 ind= 0"});
+    EXPECT_EQ(ScriptDsn::Instance().Since(mark, "execute"),
+              std::vector<std::string>{"execute param=1 paramset=1 ind= 0"});
     // An unchanged cell isn't bound again.
     st->GetParam(1)->SetData(6, false);
     mark = ScriptDsn::Instance().Mark();
