@@ -51,6 +51,7 @@ TEST(Cast, CellsOfTheTable) {
         {INTEGER, i32(5), D10_2, dec(D10_2, "5"), kOk, false},
         {INTEGER, i32(123456), createFixedDecimal(5, 0), i32(123456), kRange, kAsFrom},
         {LONG, i64(-2147483648LL), INTEGER, i32(INT32_MIN), kOk, false},
+        {LONG, i64(2147483647LL), INTEGER, i32(INT32_MAX), kOk, false},
         {LONG, i64(2147483648LL), INTEGER, i64(2147483648LL), kRange, kAsFrom},
         {LONG, i64(3), DATE, i64(3), kOk, false},
         {LONG, i64(922337203685477LL), MONEY, i64(9223372036854770000LL), kOk, false},
@@ -74,6 +75,7 @@ TEST(Cast, CellsOfTheTable) {
         {FLOAT, f64(1e17), MONEY_2, f64(1e17), kRange, kAsFrom},
         {FLOAT, f64(-0.5), BOOLEAN, boolean(false), kOk, false},
         {FLOAT, f64(0.5), BOOLEAN, boolean(true), kOk, false},
+        {FLOAT, f64(1e19), INTERVAL, f64(1e19), kRange, kAsFrom},
         {FLOAT, f64(86401.5), TIME, i64(86401), kOk, false},  // no day remainder
         {FLOAT, f64(1.25), D10_2, dec(D10_2, "1.25"), kOk, false},
         {FLOAT, f64(1e81), D34_0, f64(1e81), kRange, kAsFrom},

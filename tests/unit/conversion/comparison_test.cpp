@@ -36,7 +36,7 @@ std::vector<Ordered> orderedValues() {
         {TIMESTAMP, {"1969-12-31 23:59:59.998", "1969-12-31 23:59:59.999", "1970-01-01 00:00:00.000"}},
         {BIGDATETIME, {"1969-12-31 23:59:59.999999", "1970-01-01 00:00:00.000000", "1970-01-01 00:00:00.000001"}},
         {d, {"-999999999999999999999999999999.9999", "-18446744073709551616", "-1", "-0.0001", "0",
-             "0.0001", "18446744073709551615", "18446744073709551616", "999999999999999999999999999999.9999"}},
+             "0.0001", "922337203685477.5808", "18446744073709551615", "18446744073709551616", "999999999999999999999999999999.9999"}},
         {STRING, {"", "A", "AB", "B", "a"}},
         {BINARY, {"", "00", "0000", "01", "FF"}},
     };
@@ -130,10 +130,13 @@ TEST(Comparison, FloatEdges) {
 }
 
 TEST(Comparison, DecimalsAtDifferentScalesAndEmptyBinaries) {
+    // The same raw integer at another scale, or at another precision, is another value.
     DataValue a = convtest::valueOf(createFixedDecimal(10, 1), "1.0");
-    DataValue b = convtest::valueOf(createFixedDecimal(10, 2), "1.00");
-    EXPECT_FALSE(equalValues(a, b, FIXEDDECIMAL));
-    EXPECT_NE(hashBytes(a, FIXEDDECIMAL), hashBytes(b, FIXEDDECIMAL));
+    for (unsigned int word : {createFixedDecimal(10, 2), createFixedDecimal(11, 1)}) {
+        DataValue b = convtest::valueOf(word, word == createFixedDecimal(10, 2) ? "0.10" : "1.0");
+        EXPECT_FALSE(equalValues(a, b, FIXEDDECIMAL)) << typeToString(word);
+        EXPECT_NE(hashBytes(a, FIXEDDECIMAL), hashBytes(b, FIXEDDECIMAL)) << typeToString(word);
+    }
 
     unsigned char dataless[4] = {};
     DataValue empty = number(0), other = number(0);

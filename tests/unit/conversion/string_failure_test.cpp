@@ -122,6 +122,8 @@ TEST(StringFailure, OddInputsThatStillPass) {
         {TIME, "3600", "%s", 3600},
         {TIMESTAMP, "-1.500", "%s", -500},  // the fraction is added, not mirrored
         {BIGDATETIME, "2.5", "%s", 2500000},
+        {DATE, "1970-01-02T00:00:00", nullptr, 86400},  // the default formats
+        {TIME, "01:00:00", nullptr, 3600},
     };
     for (const Case& c : cases) {
         int64_t out = 0;
@@ -132,6 +134,12 @@ TEST(StringFailure, OddInputsThatStillPass) {
             << c.text << ": " << (error ? error : "");
         EXPECT_EQ(out, c.value) << c.text;
     }
+    // A null bigdatetime format is the timestamp format, not the date format.
+    int64_t out = 0;
+    const char* error = nullptr;
+    EXPECT_EQ(convertFromStringAndPack(BIGDATETIME, false, "5.5", reinterpret_cast<unsigned char*>(&out), 8, error,
+                                       kDateFormat, "%s", nullptr, nullptr), 8u);
+    EXPECT_EQ(out, 5500000);
 }
 
 TEST(StringFailure, PackAndAppendValueReportsZero) {
