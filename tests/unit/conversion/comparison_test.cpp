@@ -114,7 +114,7 @@ TEST(Comparison, NullsAndTypesWithoutValues) {
     EXPECT_EQ(lessThan(x, nullptr, LONG), 0);
 }
 
-TEST(Comparison, FloatEdges) {
+TEST(Comparison, EdgesOfFloatsDecimalsAndBinaries) {
     DataValue n1 = real(std::numeric_limits<double>::quiet_NaN()), n2 = n1, one = real(1.0);
     auto bytes = [](DataValue& v) { return reinterpret_cast<unsigned char*>(&v); };
     EXPECT_FALSE(equalValues(n1, n2, FLOAT));
@@ -127,9 +127,7 @@ TEST(Comparison, FloatEdges) {
     // No tolerance: values that print alike are still different.
     DataValue close = real(1.0 + 1e-12);
     EXPECT_FALSE(equalValues(one, close, FLOAT));
-}
 
-TEST(Comparison, DecimalsAtDifferentScalesAndEmptyBinaries) {
     // The same raw integer at another scale, or at another precision, is another value.
     DataValue a = convtest::valueOf(createFixedDecimal(10, 1), "1.0");
     for (unsigned int word : {createFixedDecimal(10, 2), createFixedDecimal(11, 1)}) {

@@ -75,7 +75,6 @@ const Failure kFailures[] = {
     {MONEY, "-922337203685477.5809", "money constant out of range", 8},
     {MONEY_15, "-9224", "money constant out of range", 8},
     {9, "1", "conversion to unknown type", 8},
-    {31, "1", "conversion to unknown type", 8},
 };
 
 // Each bad input fails packed and into a value: the packed form leaves `out`
