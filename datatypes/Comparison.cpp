@@ -9,7 +9,6 @@ namespace DataTypes {
 
 namespace {
 
-
 bool isMoney(unsigned int type) { return type == MONEY || (type >= MONEY_1 && type <= MONEY_15); }
 
 bool isWide(unsigned int type) {
@@ -32,9 +31,6 @@ template <typename T>
 int threeWay(T a, T b) {
     return a < b ? -1 : (b < a ? 1 : 0);
 }
-
-// The hash of +0.0 stands for -0.0 as well, which == calls equal.
-const double kPositiveZero = 0.0;
 
 } // namespace
 
@@ -119,8 +115,9 @@ const void* getRawValueForHash(DataValue& value, const unsigned int& type, int& 
         size = 1;
         return &value.boolValue;
     case FLOAT:
+        // The stored bytes, so -0.0 hashes apart from 0.0 although == joins them.
         size = 8;
-        return value.doubleValue == 0.0 ? &kPositiveZero : &value.doubleValue;
+        return &value.doubleValue;
     case STRING:
         if (value.stringValue == nullptr) return nullptr;
         size = static_cast<int>(std::strlen(value.stringValue));

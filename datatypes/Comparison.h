@@ -1,6 +1,6 @@
 // Equality, ordering and hashing of values, consistent with each other:
 // values that are equal hash alike, and lessThan orders each type's values
-// (FLOAT NaN and STRING under a non-C collation aside).
+// (FLOAT NaN and -0.0, and STRING under a non-C collation aside).
 #pragma once
 
 #include "datatypes/DataValue.h"

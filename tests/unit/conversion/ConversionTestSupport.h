@@ -1,8 +1,6 @@
-// Helpers shared by the conversion tests: packing and printing through the
-// public functions, with the formats the printed text reads back with.
+// Helpers shared by the conversion tests.
 #pragma once
 #include <string>
-#include <vector>
 
 #include "datatypes/DataTypes.h"
 
@@ -11,15 +9,9 @@ namespace convtest {
 // convertToString prints dates as "YYYY-MM-DD HH:MM:SS"; reading that back needs this format.
 constexpr const char* kPrintedDateFormat = "%Y-%m-%d %H:%M:%S";
 
-// Text -> packed bytes -> text with the printed date format; "error: <message>"
-// when the conversion in fails.
-std::string packedRoundTrip(unsigned int word, const char* text, bool swap = false);
-// Text -> DataValue -> text.
-std::string valueRoundTrip(unsigned int word, const char* text);
-
 // A value of `word` read from text (printed date format); fails the test on error.
 DataTypes::DataValue valueOf(unsigned int word, const char* text);
-// convertToString of a value.
+// convertToString of a value; "untouched" when nothing is printed.
 std::string print(unsigned int word, DataTypes::DataValue& value);
 
 // Money settings restored on scope exit.
