@@ -162,6 +162,8 @@ TEST(Settings, SettersAndMoney) {
     setDecimalSize(2);
     EXPECT_EQ(getDecimalSize(), 2u);
     EXPECT_EQ(g_tolerance, 0.01);
+    setDecimalSize(23);  // the nearest double, not a product of tens off by an ulp
+    EXPECT_EQ(g_tolerance, 1e-23);
     setDecimalSize(~0ul);  // unchecked, but no endless loop
     EXPECT_EQ(g_tolerance, 0.0);
     setDecimalSize(6);

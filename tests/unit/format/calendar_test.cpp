@@ -68,6 +68,7 @@ TEST(Tm2sec, Edges) {
     noisy.tm_yday = -5;
     noisy.tm_isdst = 1;
     EXPECT_EQ(tm2sec(&noisy), 1709208000);
+    EXPECT_EQ(tm2sec(nullptr), -1);
 }
 
 TEST(Tm2sec, BeforeTheEpochItIsLocalTime) {
@@ -186,6 +187,8 @@ TEST(Strptime, FieldsOutsideTheDate) {
     ASSERT_NE(end, nullptr);
     EXPECT_STREQ(end, "x");
     EXPECT_EQ(DataTypes::strptime("54", "%U", &t), nullptr);
+    EXPECT_EQ(DataTypes::strptime(nullptr, "%U", &t), nullptr);
+    EXPECT_EQ(DataTypes::strptime("54", nullptr, &t), nullptr);
 }
 
 // Where the C library's strptime reads the same text differently, on purpose.
