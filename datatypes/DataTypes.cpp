@@ -70,12 +70,9 @@ void setLegacyMoneyPrecision(unsigned long n) {
 
 void setDecimalSize(unsigned long n) {
     g_decimalSize = n;
-    // 10 to the integer power -n: the reciprocal of an exact product while
-    // 10^n is exact, so setDecimalSize(2) gives 0.01 itself. n is unchecked;
-    // once the product overflows the tolerance is 0 and more steps change nothing.
-    double power = 1.0;
-    for (unsigned long i = 0; i < n && !std::isinf(power); ++i) power *= 10.0;
-    g_tolerance = 1.0 / power;
+    // The double nearest 10^-n, which a running product of tens misses by an
+    // ulp from n = 23 on. n is unchecked; far enough out the tolerance is 0.
+    g_tolerance = std::pow(10.0, -static_cast<double>(n));
 }
 
 unsigned long getDecimalSize() { return g_decimalSize; }

@@ -117,7 +117,7 @@ void mul1(const unsigned short* a, unsigned int count, unsigned short factor, un
 bool longdivmod(const unsigned short* a, unsigned int aCount, const unsigned short* b, unsigned int bCount,
                 unsigned short* quotient, unsigned int& quotientCount, unsigned short* remainder,
                 unsigned int& remainderCount);
-// Signed 128-bit division with the contract's own rounding: the remainder takes
+// Signed 128-bit division with a rounding of its own: the remainder takes
 // the divisor's sign, and when the signs differ the quotient is
 // -(|a| / |b| + 1) even for exact quotients (-6 / 3 = -3, -7 / 2 = -4 rem 1).
 bool longdivmod128(unsigned long long aLow, unsigned long long aHigh, unsigned long long bLow,

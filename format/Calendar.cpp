@@ -62,12 +62,17 @@ char* g_time_format = s_defaultTimeFormat;
 
 void setDateFormat(char* format) {
     if (format == nullptr) return;
+    // Copy first: when memory runs out the old format stays in force rather
+    // than leaving readers a null pointer.
+    char* copy = strdup(format);
+    if (copy == nullptr) return;
     if (g_date_format_allocated) std::free(g_date_format);
-    g_date_format = strdup(format);
+    g_date_format = copy;
     g_date_format_allocated = true;
 }
 
 long tm2sec(const tm* t) {
+    if (t == nullptr) return -1;
     if (t->tm_year <= 69) {
         // Before 1970 the C library decides, in the process zone; mktime
         // normalises its own copy, the caller's record stays as it was.

@@ -13,10 +13,12 @@ extern bool g_date_format_allocated;
 extern char* g_time_format;
 
 // Replaces g_date_format by a copy of `format` and frees the previous copy.
-// Set-up only: readers may still hold the old text. A null `format` is ignored.
+// Set-up only: readers may still hold the old text. A null `format`, or a
+// copy that can't be allocated, leaves the current format in place.
 void setDateFormat(char* format);
 
-// Seconds since 1970-01-01 from the six date and time fields, or -1.
+// Seconds since 1970-01-01 from the six date and time fields, or -1 (also
+// for a null record).
 // From tm_year 70 on this is UTC arithmetic (tm_mon must be 0..11, the other
 // fields are not range-checked, and a negative result is -1). Earlier years go
 // to mktime and so follow the process zone: callers set TZ=UTC for UTC there.
@@ -24,7 +26,7 @@ long tm2sec(const tm* t);
 
 // A locale-free strptime, not the C library's. Resets *t to 1970-01-01
 // 00:00:00 first and returns the position after the parsed text (trailing
-// input is not an error), or null with *t partly filled.
+// input is not an error), or null with *t partly filled. Null arguments give null.
 // Differences from the C library's that callers rely on: composites (%c %D %R
 // %r %T %X %x) restart from the defaults, dropping what came before them;
 // %p compares the whole rest of the input, so it must end it; %C sets

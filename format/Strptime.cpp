@@ -88,6 +88,7 @@ bool modifierAllowed(char modifier, char allowed) { return modifier == '\0' || m
 } // namespace
 
 const char* strptime(const char* input, const char* format, tm* t) {
+    if (input == nullptr || format == nullptr || t == nullptr) return nullptr;
     std::memset(t, 0, sizeof *t);
     t->tm_year = 70;
     t->tm_mon = 0;

@@ -32,12 +32,11 @@ inline i128 valueOf(const DataTypes::FixedDecimalValue& d) {
 }
 
 inline std::string toString(i128 v) {
-    if (v == 0) return "0";
-    const bool negative = v < 0;
-    u128 m = negative ? -static_cast<u128>(v) : static_cast<u128>(v);
+    u128 m = v < 0 ? -static_cast<u128>(v) : static_cast<u128>(v);
     std::string s;
-    for (; m != 0; m /= 10) s.insert(s.begin(), static_cast<char>('0' + static_cast<int>(m % 10)));
-    return negative ? "-" + s : s;
+    do s.insert(s.begin(), static_cast<char>('0' + static_cast<int>(m % 10)));
+    while ((m /= 10) != 0);
+    return v < 0 ? "-" + s : s;
 }
 
 // The decimal text of `v` at `scale` places: "-0.0042" for (-42, 4).
@@ -53,8 +52,7 @@ inline std::string decimalText(i128 v, int scale) {
 // A magnitude with a uniformly chosen number of digits, 1 to maxDigits.
 inline u128 randomMagnitude(std::mt19937_64& rng, int maxDigits) {
     const int digits = static_cast<int>(rng() % maxDigits) + 1;
-    u128 v = (static_cast<u128>(rng()) << 64 | rng()) % pow10u(digits);
-    return v;
+    return (static_cast<u128>(rng()) << 64 | rng()) % pow10u(digits);
 }
 
 } // namespace decimaltest
