@@ -5,6 +5,7 @@
 #include <ctime>
 #include <new>
 
+#include "format/TimeFromString.h"
 #include "format/TimeToString.h"
 #include "format/TimeZones.h"
 
@@ -43,6 +44,18 @@ void toString(long value, const char* mask, const char* zone, std::string& out, 
     }
 }
 
+bool fromString(const char* text, const char* mask, TimeFormatParser_TimeFromString::Unit unit, long& result) {
+    if (text == nullptr || mask == nullptr) return false;
+    try {
+        TimeFormatParser_TimeFromString parser(text);
+        if (!parser.Parse(mask, strlen(mask))) return false;
+        result = parser.Assemble(unit);
+        return true;
+    } catch (...) { // std::bad_alloc of a zone name: a failed read, result untouched
+        return false;
+    }
+}
+
 } // namespace
 
 void TimestampToString(long value, const char* mask, const char* zone, std::string& out) {
@@ -69,6 +82,22 @@ void BigDateTimeToString(long value, const char* mask, const char* zone, std::st
         fraction = static_cast<int>(u - seconds * 1000000u);
         scaled = seconds * 1000000u;
     });
+}
+
+bool TimestampFromString(const char* text, const char* mask, long& result) {
+    return fromString(text, mask, TimeFormatParser_TimeFromString::Milliseconds, result);
+}
+
+bool BigDateTimeFromString(const char* text, const char* mask, long& result) {
+    return fromString(text, mask, TimeFormatParser_TimeFromString::Microseconds, result);
+}
+
+bool TimeFromString(const char* text, const char* mask, long& result) {
+    return fromString(text, mask, TimeFormatParser_TimeFromString::Seconds, result);
+}
+
+bool DateFromString(const char* text, const char* mask, long& result) {
+    return TimeFromString(text, mask, result);
 }
 
 } // namespace DataTypes
