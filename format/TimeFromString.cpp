@@ -625,9 +625,13 @@ long TimeFormatParser_TimeFromString::Assemble(Unit unit) const {
         b = breakDown(m_epochSeconds);
         fraction = 0;
     } else if (m_msSeen) {
-        int64_t sum = m_epochMillis;
-        if (m_fraction != -1) sum += m_epochMillis < 0 ? -(m_fraction / 1000) : m_fraction / 1000;
-        b = breakDown(sum / 1000);
+        // Twenty digits may have wrapped: the carry wraps with them, never traps.
+        uint64_t sum = static_cast<uint64_t>(m_epochMillis);
+        if (m_fraction != -1) {
+            const uint64_t carry = static_cast<uint64_t>(m_fraction / 1000);
+            sum = m_epochMillis < 0 ? sum - carry : sum + carry;
+        }
+        b = breakDown(static_cast<int64_t>(sum) / 1000);
         // From the milliseconds as read: a later FF only matters through a carry.
         fraction = static_cast<int>(m_epochMillis % 1000) * 1000;
     }

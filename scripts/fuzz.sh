@@ -8,7 +8,7 @@ repo="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd -P)"
 seconds="${1:-${ORL_FUZZ_SECONDS:-60}}"
 dir="$(realpath -m "${ORL_FUZZ_BUILD_DIR:-$repo/build-fuzz}")"
 jobs="${ORL_JOBS:-2}"
-targets=(conversion_fuzz text_fuzz)
+targets=(conversion_fuzz text_fuzz format_fuzz)
 
 CC=clang CXX=clang++ cmake -S "$repo" -B "$dir" -G Ninja -DORL_FUZZ=ON -DORL_USE_TCMALLOC=OFF \
     -DORL_BUILD_TESTS=ON -DORL_BUILD_BENCH=OFF ${ORL_CMAKE_FLAGS:-}
