@@ -129,14 +129,26 @@ bool TimeFormatParser_CommonFromString::IsDone() {
 
 // --- fields -------------------------------------------------------------------
 
-bool TimeFormatParser_TimeFromString::YearRefused() {
-    if (m_micSeen || m_seSeen || m_year != -1) m_ok = false;
+bool TimeFormatParser_TimeFromString::Refused(bool conflict) {
+    if (conflict) m_ok = false;
     return !m_ok;
 }
 
+bool TimeFormatParser_TimeFromString::ReadNumber(int width, int64_t low, int64_t high, int64_t& value) {
+    const int n = ReadDigits(width, value);
+    if (n == 0) {
+        m_ok = false; // the member stays unset
+        return false;
+    }
+    // Stored all the same; the conversion fails on the flag.
+    if ((n < width && ShortRefused()) || value < low || value > high) m_ok = false;
+    return true;
+}
+
+bool TimeFormatParser_TimeFromString::YearRefused() { return Refused(m_micSeen || m_seSeen || m_year != -1); }
+
 bool TimeFormatParser_TimeFromString::MonthRefused() {
-    if (m_micSeen || m_seSeen || m_month != -1 || m_dayOfYear != -1) m_ok = false;
-    return !m_ok;
+    return Refused(m_micSeen || m_seSeen || m_month != -1 || m_dayOfYear != -1);
 }
 
 void TimeFormatParser_TimeFromString::OnFieldYYYY() {
@@ -250,9 +262,7 @@ void TimeFormatParser_TimeFromString::OnFieldMM() {
     if (!BeginField() || MonthRefused()) return;
     if (AtDigit()) {
         int64_t v = 0;
-        const int n = ReadDigits(2, v);
-        m_month = static_cast<int>(v) - 1;
-        if ((n < 2 && ShortRefused()) || v < 1 || v > 12) m_ok = false;
+        if (ReadNumber(2, 1, 12, v)) m_month = static_cast<int>(v) - 1;
         return;
     }
     if (m_exactMode == 1) {
@@ -288,13 +298,13 @@ void TimeFormatParser_TimeFromString::OnFieldRM(Case c) {
     if (row >= 0) m_month = row;
 }
 
-void TimeFormatParser_TimeFromString::OnFieldDAY(Case c) {
-    if (!BeginField()) return;
+bool TimeFormatParser_TimeFromString::DayNameRefused() {
     // DD may follow DAY, but DAY may not follow DD: kept order-dependent.
-    if (m_micSeen || m_seSeen || m_dayOfWeek != -1 || m_day != -1 || m_dayOfYear != -1) {
-        m_ok = false;
-        return;
-    }
+    return Refused(m_micSeen || m_seSeen || m_dayOfWeek != -1 || m_day != -1 || m_dayOfYear != -1);
+}
+
+void TimeFormatParser_TimeFromString::OnFieldDAY(Case c) {
+    if (!BeginField() || DayNameRefused()) return;
     static const NameKind both[] = {DayName, DayAbbrev};
     const bool exact = m_exactMode == 1;
     const int row = MatchName(both, exact ? 1 : 2, c, !exact);
@@ -302,11 +312,7 @@ void TimeFormatParser_TimeFromString::OnFieldDAY(Case c) {
 }
 
 void TimeFormatParser_TimeFromString::OnFieldDY(Case c) {
-    if (!BeginField()) return;
-    if (m_micSeen || m_seSeen || m_dayOfWeek != -1 || m_day != -1 || m_dayOfYear != -1) {
-        m_ok = false;
-        return;
-    }
+    if (!BeginField() || DayNameRefused()) return;
     static const NameKind both[] = {DayName, DayAbbrev};
     static const NameKind abbrev[] = {DayAbbrev};
     const bool exact = m_exactMode == 1;
@@ -315,109 +321,53 @@ void TimeFormatParser_TimeFromString::OnFieldDY(Case c) {
 }
 
 void TimeFormatParser_TimeFromString::OnFieldDD() {
-    if (!BeginField()) return;
-    if (m_micSeen || m_seSeen || m_day != -1 || m_dayOfYear != -1) {
-        m_ok = false;
-        return;
-    }
+    if (!BeginField() || Refused(m_micSeen || m_seSeen || m_day != -1 || m_dayOfYear != -1)) return;
     int64_t v = 0;
-    const int n = ReadDigits(2, v);
-    if (n == 0) {
-        m_ok = false;
-        return;
-    }
+    if (!ReadNumber(2, 1, 31, v)) return;
     m_day = static_cast<int>(v);
-    if ((n < 2 && ShortRefused()) || v < 1 || v > 31) m_ok = false;
 }
 
 void TimeFormatParser_TimeFromString::OnFieldHH12() {
-    if (!BeginField()) return;
-    if (m_micSeen || m_seSeen || m_hour != -1) {
-        m_ok = false;
-        return;
-    }
+    if (!BeginField() || Refused(m_micSeen || m_seSeen || m_hour != -1)) return;
     int64_t v = 0;
-    const int n = ReadDigits(2, v);
-    if (n == 0) {
-        m_ok = false;
-        return;
-    }
+    if (!ReadNumber(2, 1, 12, v)) return;
     m_hour = static_cast<int>(v);
-    if ((n < 2 && ShortRefused()) || v < 1 || v > 12) m_ok = false;
 }
 
 void TimeFormatParser_TimeFromString::OnFieldHH24() {
-    if (!BeginField()) return;
-    if (m_micSeen || m_seSeen || m_hour != -1 || m_meridian != 0) {
-        m_ok = false;
-        return;
-    }
+    if (!BeginField() || Refused(m_micSeen || m_seSeen || m_hour != -1 || m_meridian != 0)) return;
     int64_t v = 0;
-    const int n = ReadDigits(2, v);
-    if (n == 0) {
-        m_ok = false;
-        return;
-    }
+    if (!ReadNumber(2, 0, 23, v)) return;
     toTwelveHour(v, m_hour, m_meridian);
-    if ((n < 2 && ShortRefused()) || v > 23) m_ok = false;
 }
 
 void TimeFormatParser_TimeFromString::OnFieldMI() {
-    if (!BeginField()) return;
-    if (m_micSeen || m_seSeen || m_minute != -1) {
-        m_ok = false;
-        return;
-    }
+    if (!BeginField() || Refused(m_micSeen || m_seSeen || m_minute != -1)) return;
     int64_t v = 0;
-    const int n = ReadDigits(2, v);
-    if (n == 0) {
-        m_ok = false;
-        return;
-    }
+    if (!ReadNumber(2, 0, 59, v)) return;
     m_minute = static_cast<int>(v);
-    if ((n < 2 && ShortRefused()) || v > 59) m_ok = false;
 }
 
 void TimeFormatParser_TimeFromString::OnFieldSS() {
-    if (!BeginField()) return;
-    if (m_micSeen || m_seSeen || m_second != -1) {
-        m_ok = false;
-        return;
-    }
+    if (!BeginField() || Refused(m_micSeen || m_seSeen || m_second != -1)) return;
     int64_t v = 0;
-    const int n = ReadDigits(2, v);
-    if (n == 0) {
-        m_ok = false;
-        return;
-    }
+    if (!ReadNumber(2, 0, 59, v)) return;
     m_second = static_cast<int>(v);
-    if ((n < 2 && ShortRefused()) || v > 59) m_ok = false;
 }
 
 void TimeFormatParser_TimeFromString::OnFieldSSSSS() {
-    if (!BeginField()) return;
-    if (m_micSeen || m_seSeen || m_meridian != 0 || m_hour != -1 || m_minute != -1 || m_second != -1) {
-        m_ok = false;
+    if (!BeginField() ||
+        Refused(m_micSeen || m_seSeen || m_meridian != 0 || m_hour != -1 || m_minute != -1 || m_second != -1))
         return;
-    }
     int64_t v = 0;
-    const int n = ReadDigits(5, v);
-    if (n == 0) {
-        m_ok = false;
-        return;
-    }
+    if (!ReadNumber(5, 0, 86399, v)) return;
     m_second = static_cast<int>(v % 60);
     m_minute = static_cast<int>(v / 60 % 60);
     toTwelveHour(v / 3600, m_hour, m_meridian);
-    if ((n < 5 && ShortRefused()) || v > 86399) m_ok = false;
 }
 
 void TimeFormatParser_TimeFromString::OnFieldAM(Case) {
-    if (!BeginField()) return;
-    if (m_seSeen || m_micSeen || m_meridian != 0) {
-        m_ok = false;
-        return;
-    }
+    if (!BeginField() || Refused(m_seSeen || m_micSeen || m_meridian != 0)) return;
     // Either field reads either word; the Case of the mask is not used.
     const char* at = m_input + m_position;
     if (strncasecmp(at, "AM", 2) == 0) m_meridian = 1;
@@ -458,11 +408,7 @@ void TimeFormatParser_TimeFromString::OnFieldFF() {
 }
 
 void TimeFormatParser_TimeFromString::OnFieldMIC() {
-    if (!BeginField()) return;
-    if (m_seSeen || m_micSeen) {
-        m_ok = false;
-        return;
-    }
+    if (!BeginField() || Refused(m_seSeen || m_micSeen)) return;
     m_micSeen = true;
     if (!AtDigit()) {
         m_epochMicros = 0; // nothing to read: the field still counts, as zero
@@ -475,10 +421,8 @@ void TimeFormatParser_TimeFromString::OnFieldMIC() {
 }
 
 bool TimeFormatParser_TimeFromString::EpochRefused() {
-    if (m_micSeen || m_second != -1 || m_seSeen || m_day > 0 || m_hour != -1 || m_month != -1 || m_year != -1 ||
-        m_minute != -1 || m_epochMicros != 0 || m_msSeen)
-        m_ok = false;
-    return !m_ok;
+    return Refused(m_micSeen || m_second != -1 || m_seSeen || m_day > 0 || m_hour != -1 || m_month != -1 ||
+                   m_year != -1 || m_minute != -1 || m_epochMicros != 0 || m_msSeen);
 }
 
 void TimeFormatParser_TimeFromString::SetEpochFields() {
@@ -526,11 +470,7 @@ void TimeFormatParser_TimeFromString::OnFieldMS() {
 }
 
 void TimeFormatParser_TimeFromString::OnFieldTZH() {
-    if (!BeginField()) return;
-    if (m_tzdSeen || m_tzhSeen || m_tzrSeen) {
-        m_ok = false;
-        return;
-    }
+    if (!BeginField() || Refused(m_tzdSeen || m_tzhSeen || m_tzrSeen)) return;
     int sign = 1;
     if (m_input[m_position] == '+') ++m_position;
     else if (m_input[m_position] == '-') {
@@ -550,11 +490,7 @@ void TimeFormatParser_TimeFromString::OnFieldTZH() {
 }
 
 void TimeFormatParser_TimeFromString::OnFieldTZM() {
-    if (!BeginField()) return;
-    if (m_tzdSeen || m_tzmSeen || m_tzrSeen) {
-        m_ok = false;
-        return;
-    }
+    if (!BeginField() || Refused(m_tzdSeen || m_tzmSeen || m_tzrSeen)) return;
     int64_t count = -1;
     if (AtDigit()) {
         const int n = ReadDigits(2, count);
@@ -580,11 +516,7 @@ std::string TimeFormatParser_TimeFromString::CollectZoneText(bool region) {
 }
 
 void TimeFormatParser_TimeFromString::OnFieldTZD() {
-    if (!BeginField()) return;
-    if (m_tzdSeen || m_tzhSeen || m_tzmSeen || m_tzrSeen) {
-        m_ok = false;
-        return;
-    }
+    if (!BeginField() || Refused(m_tzdSeen || m_tzhSeen || m_tzmSeen || m_tzrSeen)) return;
     m_tzdText = CollectZoneText(false);
     if (m_tzdText.empty() || !isValidTimezone(m_tzdText.c_str())) {
         m_ok = false;
@@ -594,11 +526,7 @@ void TimeFormatParser_TimeFromString::OnFieldTZD() {
 }
 
 void TimeFormatParser_TimeFromString::OnFieldTZR() {
-    if (!BeginField()) return;
-    if (m_tzdSeen || m_tzhSeen || m_tzmSeen || m_tzrSeen) {
-        m_ok = false;
-        return;
-    }
+    if (!BeginField() || Refused(m_tzdSeen || m_tzhSeen || m_tzmSeen || m_tzrSeen)) return;
     m_tzrText = CollectZoneText(true);
     // The region is not validated: the check is made on the (empty) TZD text,
     // so an unknown region reads as ICU's fallback zone. Kept as it stands.

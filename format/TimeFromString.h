@@ -80,6 +80,12 @@ private:
     // Longest match among the tables, the first of equal length winning; the
     // row number, or -1 with the ok flag cleared.
     int MatchName(const NameKind* kinds, int count, Case c, bool ignoreCase);
+    // Clears the ok flag on a conflict with a field read before; true when failed.
+    bool Refused(bool conflict);
+    // 1 to `width` digits within low..high; false (member left unset) when no
+    // digit comes. Short or out of range: the value is given, the flag cleared.
+    bool ReadNumber(int width, int64_t low, int64_t high, int64_t& value);
+    bool DayNameRefused();
     bool YearRefused();
     bool MonthRefused();
     void ShortYear(int digits, int roundTo);
