@@ -47,11 +47,12 @@ void DBError2Odbc::processOdbcError(short handleType, void* handle, short return
         return;
     }
 
-    // Record 1 only; its own status is not looked at. The message starts empty
-    // so that a handle without diagnostics adds no stray bytes.
+    // Record 1 only; its own status is not looked at. State and message start
+    // empty so that a handle without diagnostics shows no stale or stray bytes.
     char* message = static_cast<char*>(std::malloc(513));
     if (message == nullptr) return;
     message[0] = '\0';
+    std::memset(sqlState, 0, sizeof sqlState);
     SQLINTEGER native = 0;
     SQLSMALLINT length = 0;
     SQLGetDiagRec(handleType, static_cast<SQLHANDLE>(handle), 1, reinterpret_cast<SQLCHAR*>(sqlState), &native,

@@ -4,39 +4,26 @@
 #pragma once
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "datatypes/DataTypes.h"
 #include "host/Connection2.h"
 #include "host/DBError.h"
 #include "host/DataService.h"
 #include "host/PreparedStatement.h"
 #include "support/DriverLoader.h"
 #include "support/TestDsn.h"
+#include "unit/bulk/PackedRows.h"
 
 namespace bulkit {
 
 using namespace KORVEL::Orl;
 using namespace KORVEL::Orl::DB;
-
-struct FreeDeleter {
-    void operator()(void* p) const { std::free(p); }
-};
-typedef std::unique_ptr<RowInternal2, FreeDeleter> RowPtr;
+using namespace packedrows;
 
 // "source|text" of a record, so that one comparison shows both.
-std::string said(const DBError* e);
-
-// A packed row of (type word, value) pairs; NULL values take no room.
-RowPtr makeRow(const std::vector<std::pair<unsigned int, DataTypes::DataValue> >& values);
-uint32_t rowSize(const RowInternal2* row);
-uint32_t rowColumns(const RowInternal2* row);
-// Column j's packed bytes, or null for NULL.
-unsigned char* columnOf(const RowInternal2* row, size_t j);
+inline std::string said(const DBError* e) { return std::string(e->getErrorSource()) + "|" + e->getErrorString(); }
 
 class BulkTest : public ::testing::Test {
 protected:
@@ -44,13 +31,12 @@ protected:
     void TearDown() override;
 
     Driver* driver() const { return loader.driver(); }
-    // A bulk connection from a service definition with these properties.
+    // A bulk connection from a service definition with these properties;
+    // released at the end of the test.
     Connection2* make(const std::vector<std::pair<std::string, std::string> >& properties);
-    Connection2* make(const orltest::TestDsn& d);
-    // make + connect, failing the test when the connect fails.
+    // A connected one for the test DSN; null (and a failure) when it won't connect.
     Connection2* open(const orltest::TestDsn& d);
-    void release(Connection2* c);
-    // Runs SQL without parameters or result; false with the text in `why`.
+    // Runs SQL without parameters or result; false with the record's text in `why`.
     bool run(Connection2* c, const std::string& sql, std::string* why = nullptr);
 
     orltest::DriverLoader loader;

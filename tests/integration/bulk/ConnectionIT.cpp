@@ -9,33 +9,19 @@ namespace {
 
 using namespace DataTypes;
 
-TEST_F(BulkTest, ErrorRecordsComeAndGoThroughTheDriver) {
+TEST_F(BulkTest, UnknownOrMissingDataSourceFailsAtConnect) {
     EXPECT_STREQ("bulk-svc", error->getService());
-    EXPECT_STREQ("", error->getErrorString());
-    EXPECT_STREQ("", error->getErrorSource());
-    EXPECT_FALSE(error->isConnectionError());
-    EXPECT_FALSE(error->isSuccessWithInfo());
+    EXPECT_EQ("|", said(error));
     EXPECT_EQ(0, driver()->releaseError(nullptr));
     EXPECT_EQ(0, driver()->releaseConnection2(nullptr, error));
-}
-
-TEST_F(BulkTest, UnknownOrMissingDataSourceFailsAtConnect) {
-    struct Case {
-        const char* dsn;  // null: no property at all
-    };
-    for (const Case& c : {Case{"orl_no_such_dsn"}, Case{nullptr}}) {
-        std::vector<std::pair<std::string, std::string> > props = {{"User", "someone"}};
-        if (c.dsn) props.push_back({"DSN", c.dsn});
+    for (const char* dsn : {"orl_no_such_dsn", ""}) {
         DBError* e = driver()->createError("svc");
-        Connection2* conn = make(props);
+        Connection2* conn = make({{"DSN", dsn}, {"User", "someone"}});
         ASSERT_NE(nullptr, conn) << "empty names are the connect's to refuse";
         EXPECT_EQ(-1, conn->connect(e));
         EXPECT_EQ(0u, said(e).find("odbc|[-1][IM002]")) << said(e);
         EXPECT_FALSE(e->isConnectionError());
-        EXPECT_EQ(-1, conn->commit(e));
-        EXPECT_EQ("dbaccess|not connected", said(e));
-        EXPECT_TRUE(e->isConnectionError());
-        release(conn);
+        EXPECT_FALSE(e->isSuccessWithInfo());
         driver()->releaseError(e);
     }
 }
@@ -47,9 +33,7 @@ TEST_P(BulkPerDsn, ConnectCommitRollbackDisconnect) {
                            {"WriteBigIntAsChar", "true"}});
     ASSERT_NE(nullptr, c) << said(error);
     EXPECT_STREQ("bulk-svc", c->getService());
-    EXPECT_STREQ("generic odbc v2.0.0", c->getImplementationName());
     ASSERT_EQ(0, c->connect(error)) << said(error);
-    ASSERT_EQ(0, c->connect(error));
 
     std::string why;
     // No check: a notice that the table wasn't there is SQL_SUCCESS_WITH_INFO,
@@ -70,8 +54,6 @@ TEST_P(BulkPerDsn, ConnectCommitRollbackDisconnect) {
     ASSERT_EQ(0, insert->execute(values, words, error)) << said(error);
     ASSERT_EQ(0, c->commit(error)) << said(error);
     EXPECT_EQ(0, c->releaseStatement(insert, error));
-    EXPECT_EQ(-1, c->releaseStatement(insert, error));
-    EXPECT_EQ("dbaccess|statement not found", said(error));
 
     // Another connection sees only what was committed.
     Connection2* other = open(d);
@@ -118,8 +100,9 @@ TEST_P(BulkPerDsn, WrongPasswordIsTheServersRefusal) {
     Connection2* c = make({{"DSN", d.dsn}, {"User", d.user}, {"Password", "definitely-wrong"}});
     ASSERT_NE(nullptr, c);
     EXPECT_EQ(-1, c->connect(error));
+    // "[-1][state]" and the server's message behind it.
     EXPECT_EQ(0u, said(error).find("odbc|[-1][")) << said(error);
-    EXPECT_GT(said(error).size(), std::string("odbc|[-1][12345]").size()) << "the server's message follows";
+    EXPECT_GT(said(error).size(), std::string("odbc|[-1][12345]").size()) << said(error);
     EXPECT_FALSE(error->isConnectionError()) << said(error);
 }
 

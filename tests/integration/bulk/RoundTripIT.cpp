@@ -2,7 +2,6 @@
 // as packed rows and as value vectors, on each database.
 #include "BulkFixture.h"
 
-#include <cmath>
 #include <cstring>
 
 namespace bulkit {
@@ -27,90 +26,65 @@ const char* ddlFor(const std::string& label) {
            "d NUMERIC(10,2), ts TIMESTAMP, dt DATE, tm TIME, bo BIT)";
 }
 
-// One row of test data, owned: texts and bytes live in the strings.
-struct Sample {
-    bool null;
-    int32_t i;
-    int64_t l;
-    double f;
-    std::string s;
-    std::string b;
-    const char* d;
-    int64_t ts;  // microseconds
-    int64_t dt;  // seconds, midnight
-    int64_t tm;  // seconds of the day
-    bool bo;
-};
-
-std::vector<Sample> samples() {
-    std::string longText;
-    for (int k = 0; k < 1500; ++k) longText += static_cast<char>('A' + k % 26);
-    std::string bytes;
-    for (int k = 0; k < 300; ++k) bytes += static_cast<char>(k % 256);
-    return {
-        {false, 42, -9000000000LL, 2.5, "hello", std::string("\0\1\2\xff", 4), "123.45", 1700000000123000LL,
-         1699920000LL, 3661, true},
-        {true, 0, 0, 0, "", "", "0", 0, 0, 0, false},
-        // Before 1970, and the fraction counts forward from the earlier second.
-        {false, -2147483647, 9007199254740993LL, -1e10, longText, bytes, "-0.05", -315619199750000LL,
-         -86400LL * 1000, 0, false},
-        {false, 0, 0, 0.0, "", std::string(), "0.00", 0, 0, 86399, true},
+// The rows written: texts and bytes live in static storage. Row 1 is all NULL
+// but its id; row 2 is long, pre-1970 and negative.
+std::vector<std::vector<DataValue> > samples() {
+    static const std::string longText = [] {
+        std::string t;
+        for (int k = 0; k < 1500; ++k) t += static_cast<char>('A' + k % 26);
+        return t;
+    }();
+    static const std::string bytes = [] {
+        std::string b;
+        for (int k = 0; k < 300; ++k) b += static_cast<char>(k % 256);
+        return b;
+    }();
+    static const std::string shortBytes("\0\1\2\xff", 4);
+    struct Plain {
+        int32_t i;
+        int64_t l;
+        double f;
+        const std::string* s;
+        const std::string* b;
+        const char* d;
+        int64_t ts, dt, tm;  // microseconds, seconds at midnight, seconds of the day
+        bool bo;
     };
-}
-
-std::vector<DataValue> valuesOf(const Sample& s, int id, std::vector<FixedDecimalValue>& decimals) {
-    std::vector<DataValue> v(kColumns);
-    v[0].int32Value = id;
-    v[0].isNull = false;
-    if (s.null) return v;
-    v[1].int32Value = s.i;
-    v[2].int64Value = s.l;
-    v[3].doubleValue = s.f;
-    v[4].stringValue = const_cast<char*>(s.s.c_str());
-    v[5].binaryValue.data = reinterpret_cast<unsigned char*>(const_cast<char*>(s.b.data()));
-    v[5].binaryValue.length = static_cast<uint32_t>(s.b.size());
-    const char* problem = nullptr;
-    DataValue dec;
-    EXPECT_TRUE(convertFromString(kDecimal, s.d, dec, problem, nullptr, nullptr, nullptr, nullptr)) << s.d;
-    decimals.push_back(dec.decimalValue);
-    v[6].decimalValue = decimals.back();
-    v[7].int64Value = s.ts;
-    v[8].int64Value = s.dt;
-    v[9].int64Value = s.tm;
-    v[10].boolValue = s.bo;
-    for (DataValue& x : v) x.isNull = false;
-    return v;
-}
-
-// Checks column j of a read row against the sample; `packed` null means NULL.
-void expectColumn(const Sample& s, size_t j, const DataValue& got, bool isNull, const std::string& where) {
-    SCOPED_TRACE(where + " column " + std::to_string(j));
-    ASSERT_EQ(s.null, isNull);
-    if (s.null) return;
-    switch (j) {
-    case 1: EXPECT_EQ(s.i, got.int32Value); break;
-    case 2: EXPECT_EQ(s.l, got.int64Value); break;
-    case 3: EXPECT_EQ(s.f, got.doubleValue); break;
-    case 4: EXPECT_EQ(s.s, std::string(got.stringValue)); break;
-    case 5:
-        EXPECT_EQ(s.b, std::string(reinterpret_cast<const char*>(got.binaryValue.data), got.binaryValue.length));
-        break;
-    case 6: {
-        char text[64] = "";
-        DataValue copy = got;
-        convertToString(kDecimal, false, false, copy, text, sizeof text);
-        DataValue want;
+    static const std::string hello = "hello", empty;
+    const Plain plain[] = {
+        {42, -9000000000LL, 2.5, &hello, &shortBytes, "123.45", 1700000000123000LL, 1699920000LL, 3661, true},
+        {0, 0, 0, &empty, &empty, "0", 0, 0, 0, false},
+        // The fraction counts forward from the earlier second.
+        {-2147483647, 9007199254740993LL, -1e10, &longText, &bytes, "-0.05", -315619199750000LL, -86400000LL, 0, false},
+        {0, 0, 0.0, &empty, &empty, "0.00", 0, 0, 86399, true},
+    };
+    std::vector<std::vector<DataValue> > rows;
+    for (const Plain& p : plain) {
+        std::vector<DataValue> v(kColumns);
+        v[1].int32Value = p.i;
+        v[2].int64Value = p.l;
+        v[3].doubleValue = p.f;
+        v[4].stringValue = const_cast<char*>(p.s->c_str());
+        v[5].binaryValue = {reinterpret_cast<unsigned char*>(const_cast<char*>(p.b->data())),
+                            static_cast<uint32_t>(p.b->size())};
         const char* problem = nullptr;
-        convertFromString(kDecimal, s.d, want, problem, nullptr, nullptr, nullptr, nullptr);
-        char wantText[64] = "";
-        convertToString(kDecimal, false, false, want, wantText, sizeof wantText);
-        EXPECT_STREQ(wantText, text);
-        break;
+        EXPECT_TRUE(convertFromString(kDecimal, p.d, v[6], problem, nullptr, nullptr, nullptr, nullptr)) << p.d;
+        v[7].int64Value = p.ts;
+        v[8].int64Value = p.dt;
+        v[9].int64Value = p.tm;
+        v[10].boolValue = p.bo;
+        const bool null = rows.size() == 1;
+        for (DataValue& x : v) x.isNull = null;
+        rows.push_back(v);
     }
-    case 7: EXPECT_EQ(s.ts, got.int64Value); break;
-    case 8: EXPECT_EQ(s.dt, got.int64Value); break;
-    case 9: EXPECT_EQ(s.tm, got.int64Value); break;
-    case 10: EXPECT_EQ(s.bo, got.boolValue); break;
+    return rows;
+}
+
+// Column j of a read row against what was written.
+void expectColumn(std::vector<DataValue>& want, size_t j, DataValue got, const std::string& where) {
+    EXPECT_EQ(want[j].isNull, got.isNull) << where << " column " << j;
+    if (!want[j].isNull && !got.isNull) {
+        EXPECT_TRUE(equalValues(want[j], got, kWords[j])) << where << " column " << j;
     }
 }
 
@@ -133,29 +107,26 @@ TEST_P(BulkRoundTrip, EveryTypeBothWaysInAndOut) {
     EXPECT_EQ(0, insert->getNumberParameters(parameters, error));
     ASSERT_EQ(static_cast<int>(kColumns), parameters);
 
-    const std::vector<Sample> data = samples();
-    std::vector<FixedDecimalValue> decimals;
-    decimals.reserve(16);
+    std::vector<std::vector<DataValue> > data = samples();
     // Packed rows carry the columns in reverse order; the bindings turn them back.
     std::vector<int> fromRow(kColumns);
-    std::vector<unsigned int> bindWords(kWords, kWords + kColumns);
     for (size_t j = 0; j < kColumns; ++j) fromRow[j] = static_cast<int>(kColumns - 1 - j);
-    ASSERT_EQ(0, insert->setBindings(fromRow, bindWords.data(), error)) << said(error);
+    ASSERT_EQ(0, insert->setBindings(fromRow, kWords, error)) << said(error);
     for (size_t k = 0; k < data.size(); ++k) {
-        std::vector<DataValue> v = valuesOf(data[k], static_cast<int>(k), decimals);
+        data[k][0].int32Value = static_cast<int32_t>(k);
+        data[k][0].isNull = false;
         std::vector<std::pair<unsigned int, DataValue> > reversed;
-        for (size_t j = kColumns; j-- > 0;) reversed.push_back({kWords[j], v[j]});
-        if (data[k].null)
-            for (size_t j = 1; j < kColumns; ++j) reversed[kColumns - 1 - j].second.isNull = true;
+        for (size_t j = kColumns; j-- > 0;) reversed.push_back({kWords[j], data[k][j]});
         RowPtr row = makeRow(reversed);
         ASSERT_EQ(0, insert->execute(row.get(), error)) << "row " << k << ": " << said(error);
     }
-    // The same data as value vectors, ids from 100. NULLs go as a null text
-    // pointer, the only NULL a value vector can carry.
+    // The same as value vectors, ids from 100; a value vector has no NULL
+    // but the null text pointer, so the NULL row stays out.
     std::vector<unsigned int> words(kWords, kWords + kColumns);
     for (size_t k = 0; k < data.size(); ++k) {
-        if (data[k].null) continue;
-        std::vector<DataValue> v = valuesOf(data[k], static_cast<int>(100 + k), decimals);
+        if (data[k][1].isNull) continue;
+        std::vector<DataValue> v = data[k];
+        v[0].int32Value = static_cast<int32_t>(100 + k);
         ASSERT_EQ(0, insert->execute(v, words, error)) << "row " << k << ": " << said(error);
     }
     ASSERT_EQ(0, c->commit(error)) << said(error);
@@ -175,32 +146,26 @@ TEST_P(BulkRoundTrip, EveryTypeBothWaysInAndOut) {
             ASSERT_EQ(0, select->hasMoreData(more, error)) << said(error);
             if (!more) break;
             ++rows;
+            std::vector<DataValue> got(kColumns);
+            for (DataValue& x : got) x.isNull = false;
+            RowPtr row;
             if (pass == 0) {
-                RowPtr row(select->nextRow(error));
+                row.reset(select->nextRow(error));
                 ASSERT_NE(nullptr, row) << said(error);
                 ASSERT_EQ(kColumns, rowColumns(row.get()));
-                int32_t id;
-                std::memcpy(&id, columnOf(row.get(), 0), 4);
-                const Sample& s = data[static_cast<size_t>(id % 100)];
-                uint32_t total = 56 + 4 * kColumns + 4;
-                for (size_t j = 1; j < kColumns; ++j) {
-                    DataValue v;
-                    unsigned char* packed = columnOf(row.get(), j);
-                    unpackValue(kWords[j], packed, v);
-                    if (packed) total += static_cast<uint32_t>(getPackedSize(kWords[j], v));
-                    expectColumn(s, j, v, packed == nullptr, "packed row id " + std::to_string(id));
+                uint32_t total = 56 + 4 * kColumns;
+                for (size_t j = 0; j < kColumns; ++j) {
+                    unpackValue(kWords[j], columnOf(row.get(), j), got[j]);
+                    if (!got[j].isNull) total += static_cast<uint32_t>(getPackedSize(kWords[j], got[j]));
                 }
                 EXPECT_EQ(total, rowSize(row.get()));
             } else {
-                std::vector<DataValue> v(kColumns);
-                for (DataValue& x : v) x.isNull = false;
-                ASSERT_EQ(0, select->nextRow(v, error)) << said(error);
-                const Sample& s = data[static_cast<size_t>(v[0].int32Value % 100)];
-                for (size_t j = 1; j < kColumns; ++j)
-                    expectColumn(s, j, v[j], v[j].isNull, "value row id " + std::to_string(v[0].int32Value));
-                if (!v[4].isNull) std::free(v[4].stringValue);
-                if (!v[5].isNull) std::free(v[5].binaryValue.data);
+                ASSERT_EQ(0, select->nextRow(got, error)) << said(error);
             }
+            const std::string where = (pass ? "value row " : "packed row ") + std::to_string(got[0].int32Value);
+            for (size_t j = 1; j < kColumns; ++j) expectColumn(data[got[0].int32Value % 100], j, got[j], where);
+            if (pass == 1 && !got[4].isNull) std::free(got[4].stringValue);
+            if (pass == 1 && !got[5].isNull) std::free(got[5].binaryValue.data);
         }
         EXPECT_EQ(data.size() * 2 - 1, rows);
         EXPECT_EQ(0, select->nextResultSet(more, error)) << said(error);

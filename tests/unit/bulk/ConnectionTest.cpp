@@ -2,47 +2,37 @@
 // what only SQL_SUCCESS means, and what a forced disconnect ignores.
 #include "BulkFixture.h"
 
-#include <sqlext.h>
-
-#include <functional>
-
 namespace bulktest {
 namespace {
 
-TEST_F(Bulk, InitializeTurnsAutocommitOffThenAsksForReadCommitted) {
-    size_t m = mark();
-    open("orl", false);
-    // The driver manager keeps both until the connect, in the order given.
-    ASSERT_EQ(0, connection->connect(&error));
-    EXPECT_EQ(since(m, "setconnectattr"),
-              (std::vector<std::string>{"setconnectattr attr=102 value=0", "setconnectattr attr=108 value=2"}));
-    EXPECT_EQ(0, connection->initialize(&error));
-    EXPECT_EQ(2u, since(m, "setconnectattr").size()) << "a second initialize does nothing";
-    EXPECT_STREQ("generic odbc v2.0.0", connection->getImplementationName());
-}
-
-TEST_F(Bulk, ConnectPassesThePasswordPropertyOrNothing) {
+TEST_F(Bulk, ConnectSetsUpTheHandleAndPassesThePasswordPropertyOrNothing) {
     struct Case {
         const char* key;  // null: no property
         const char* value;
         bool clear;
-        const char* line;
+        const char* password;
     };
     const Case cases[] = {
-        {nullptr, nullptr, false, "connect dsn=orl_script user=orl password="},
-        {"Password", "s3cret", false, "connect dsn=orl_script user=orl password=s3cret"},
-        {"Password", "s3cret", true, "connect dsn=orl_script user=orl password="},
-        {"password", "lower", false, "connect dsn=orl_script user=orl password="},
+        {nullptr, nullptr, false, ""},
+        {"Password", "s3cret", false, "s3cret"},
+        {"Password", "s3cret", true, ""},
+        {"password", "lower", false, ""},
     };
     for (const Case& c : cases) {
+        size_t m = mark();
         open("orl", false);
+        ASSERT_EQ(0, connection->initialize(&error)) << "a second initialize does nothing";
         if (c.key) connection->setConnectionProperty(c.key, c.value);
         if (c.clear) connection->clearProperties();
-        size_t m = mark();
         EXPECT_EQ(0, connection->connect(&error)) << said(error);
         EXPECT_EQ(0, connection->connect(&error)) << "connected already";
-        EXPECT_EQ(since(m, "connect"), std::vector<std::string>{c.line});
+        EXPECT_EQ(since(m, "connect"),
+                  std::vector<std::string>{std::string("connect dsn=orl_script user=orl password=") + c.password});
+        // The driver manager keeps the attributes until the connect.
+        EXPECT_EQ(since(m, "setconnectattr"),
+                  (std::vector<std::string>{"setconnectattr attr=102 value=0", "setconnectattr attr=108 value=2"}));
     }
+    EXPECT_STREQ("generic odbc v2.0.0", connection->getImplementationName());
 }
 
 TEST_F(Bulk, ConnectWithInformationFails) {
@@ -51,42 +41,35 @@ TEST_F(Bulk, ConnectWithInformationFails) {
     EXPECT_EQ("odbc|[1][01000][unixODBC]scripted connect info", said(error));
     EXPECT_EQ(7, error.getNativeErrorCode());
     EXPECT_FALSE(error.isConnectionError());
-    EXPECT_FALSE(error.isSuccessWithInfo());
     EXPECT_FALSE(connection->isConnected());
 }
 
 TEST_F(Bulk, WorkNeedsAConnection) {
     open("orl", false);
-    const unsigned int types[] = {DataTypes::INTEGER};
-    struct Case {
-        const char* what;
-        std::function<bool(DBError*)> call;  // true when it reported failure
-    };
-    const Case cases[] = {
+    RecordType record;
+    const std::pair<const char*, std::function<bool(DBError*)> > cases[] = {
         {"commit", [&](DBError* e) { return connection->commit(e) == -1; }},
         {"rollback", [&](DBError* e) { return connection->rollback(e) == -1; }},
         {"prepare", [&](DBError* e) { return connection->createPreparedStatement("x", e) == nullptr; }},
         {"prepare typed",
-         [&](DBError* e) { return connection->createPreparedStatement("x", 1, types, false, e) == nullptr; }},
+         [&](DBError* e) { return connection->createPreparedStatement("x", 1, nullptr, false, e) == nullptr; }},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         DBError2Odbc e("svc");
-        EXPECT_TRUE(c.call(&e)) << c.what;
-        EXPECT_EQ("dbaccess|not connected", said(e)) << c.what;
-        EXPECT_TRUE(e.isConnectionError()) << c.what;
-        EXPECT_TRUE(c.call(nullptr)) << c.what << " without a record";
+        EXPECT_TRUE(c.second(&e)) << c.first;
+        EXPECT_EQ("dbaccess|not connected", said(e)) << c.first;
+        EXPECT_TRUE(e.isConnectionError()) << c.first;
+        EXPECT_TRUE(c.second(nullptr)) << c.first << " without a record";
     }
     EXPECT_EQ(0, connection->disconnect(false, &error)) << "not connected: nothing to do";
 }
 
-TEST_F(Bulk, LostLinkOnCommitIsAConnectionError) {
+TEST_F(Bulk, DisconnectFailuresCountUnlessForced) {
     open("lost");
     EXPECT_EQ(-1, connection->commit(&error));
     EXPECT_EQ("odbc|[-1][08S01]Communication link failure", said(error));
     EXPECT_TRUE(error.isConnectionError());
-}
 
-TEST_F(Bulk, FailedDisconnectKeepsEverything) {
     open("stuck");
     PreparedStatement2Odbc* st = prepare("col=a:4:10:num:1");
     EXPECT_EQ(-1, connection->disconnect(false, &error));
@@ -94,23 +77,14 @@ TEST_F(Bulk, FailedDisconnectKeepsEverything) {
     EXPECT_TRUE(connection->isConnected());
     EXPECT_EQ(0, connection->releaseStatement(st, &error)) << "still owned and alive";
 
-    prepare("col=a:4:10:num:1");
+    st = prepare("col=a:4:10:num:1");
     size_t m = mark();
-    DBError2Odbc e("svc");
-    EXPECT_EQ(0, connection->disconnect(true, &e)) << "forced: failures don't count";
+    EXPECT_EQ(0, connection->disconnect(true, &error));
     EXPECT_FALSE(connection->isConnected());
     EXPECT_EQ(since(m, "endtran"), std::vector<std::string>{"endtran rollback"});
-    EXPECT_EQ(1u, since(m, "disconnect").size());
+    EXPECT_EQ(since(m, "freestmt"), std::vector<std::string>{}) << "the disconnect freed the statement handle";
     EXPECT_EQ(0, connection->connect(&error)) << "the same handle connects again";
-}
-
-TEST_F(Bulk, DisconnectDestroysStatementsAndForgetsThem) {
-    open("orl");
-    PreparedStatement* a = prepare("col=a:4:10:num:1");
-    prepare("col=b:4:10:num:2");
-    EXPECT_EQ(0, connection->disconnect(false, &error));
-    EXPECT_EQ(0, connection->connect(&error));
-    EXPECT_EQ(-1, connection->releaseStatement(a, &error));
+    EXPECT_EQ(-1, connection->releaseStatement(st, &error)) << "destroyed with the disconnect";
     EXPECT_EQ("dbaccess|statement not found", said(error));
 }
 
