@@ -2,6 +2,9 @@
 
 #include <new>
 
+#include "bulk/Connection2Odbc.h"
+#include "bulk/DBError2Odbc.h"
+#include "bulk/Env2Odbc.h"
 #include "driver/OdbcConnection.h"
 #include "host/DataService.h"
 
@@ -9,9 +12,8 @@ namespace KORVEL { namespace Orl { namespace DB {
 
 OdbcDriver::OdbcDriver(const std::string& name) : Driver(name), env2(nullptr) {}
 
-// The bulk environment is deleted here once the bulk front end makes one;
-// outstanding connections are the host's to release first.
-OdbcDriver::~OdbcDriver() {}
+// Outstanding bulk connections are the host's to release first.
+OdbcDriver::~OdbcDriver() { delete env2; }
 
 Connection* OdbcDriver::createConnection(const DataService& service) {
     try {
@@ -36,12 +38,54 @@ int OdbcDriver::releaseConnection(Connection* connection) {
     return 1;
 }
 
-// The bulk interface is not available in this build: no error record and no
-// bulk connection can be made.
-DBError* OdbcDriver::createError(const char*) { return nullptr; }
-int OdbcDriver::releaseError(DBError*) { return 0; }
-Connection2* OdbcDriver::createConnection2(const DataService&, DBError*) { return nullptr; }
-int OdbcDriver::releaseConnection2(Connection2*, DBError*) { return -1; }
+DBError* OdbcDriver::createError(const char* service) {
+    try {
+        return new ODBC::DBError2Odbc(service);
+    } catch (...) {
+        return nullptr;
+    }
+}
+
+// Every record was made by createError, so it goes as that type: DBError has
+// no destructor slot.
+int OdbcDriver::releaseError(DBError* error) {
+    delete ODBC::asRecord(error);
+    return 0;
+}
+
+Connection2* OdbcDriver::createConnection2(const DataService& service, DBError* error) {
+    try {
+        if (env2 == nullptr) {
+            // Kept even when initialize fails: the failure is reported once, to
+            // the caller that met it, and later calls go on with this one.
+            env2 = new ODBC::Env2Odbc();
+            if (env2->initialize(error) != 0) return nullptr;
+        }
+        std::string dsn = service.getPropertyValueAsString("DSN", "");
+        std::string user = service.getPropertyValueAsString("User", "");
+        std::string password = service.getPropertyValueAsString("Password", "");
+        std::string databaseType = service.getPropertyValueAsString("DatabaseType", "");
+        // Read like the classic factory does; the bulk path has no such setting.
+        (void)service.getPropertyValueAsBool("WriteBigIntAsChar", false);
+        // Empty names are not refused here: the connect reports them.
+        ODBC::Connection2Odbc* connection = env2->createConnection2(dsn.c_str(), user.c_str(), error);
+        if (connection != nullptr) {
+            connection->setService(service.getName());
+            connection->clearProperties();
+            connection->setConnectionProperty("Password", password.c_str());
+            connection->setConnectionProperty("DatabaseType", databaseType.c_str());
+        }
+        return connection;
+    } catch (...) {
+        return nullptr;
+    }
+}
+
+int OdbcDriver::releaseConnection2(Connection2* connection, DBError* error) {
+    // Without an environment no bulk connection was ever made.
+    if (env2 == nullptr) return 0;
+    return env2->releaseConnection2(static_cast<ODBC::Connection2Odbc*>(connection), error);
+}
 
 }}} // namespace KORVEL::Orl::DB
 

@@ -19,9 +19,14 @@ public:
     Connection* createConnection(const DataService& service) override;
     // Closes, then deletes; always 1.
     int releaseConnection(Connection* connection) override;
+    // A bulk error record for `service`, empty and without the connection flag.
     DBError* createError(const char* service) override;
+    // Frees a record from createError; null is fine. Always 0.
     int releaseError(DBError* error) override;
+    // An initialized, unconnected bulk connection, or null with `error` filled.
+    // Empty "DSN" or "User" are not refused here: the connect reports them.
     Connection2* createConnection2(const DataService& service, DBError* error) override;
+    // Destroys a bulk connection (disconnecting it first); null is fine. Always 0.
     int releaseConnection2(Connection2* connection, DBError* error) override;
     int initialize() override { return 1; }
 

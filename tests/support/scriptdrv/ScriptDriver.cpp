@@ -13,10 +13,14 @@
 //   next          starts a further result set (for SQLMoreResults)
 //   error         SQLExecute fails with 42000; longmsg=N makes its message N bytes
 //   error-norecord SQLExecute fails without a diagnostic record
+//   error=STATE[:NATIVE] SQLExecute fails with that SQLSTATE and native code
 //   failrow=K     that row of a parameter array reports SQL_PARAM_ERROR
 // Every '?' is a parameter marker, described as SQL_VARCHAR of size 10.
 // User name at connect: "info" succeeds with info, "norecord" fails without a
-// record, "dbms=NAME" reports NAME as the DBMS name.
+// record, "dbms=NAME" reports NAME as the DBMS name, "lost" makes every
+// SQLEndTran fail with 08S01, "stuck" makes SQLDisconnect fail with 25000 until an SQLEndTran.
+// At SQLExecute each bound timestamp, time, text or binary parameter is also
+// written as a "value param=N ..." line.
 #include <sql.h>
 #include <sqlext.h>
 
@@ -43,6 +47,8 @@ struct Handle {
 
 struct Dbc : Handle {
     std::string dbms = "Scripted DB";
+    std::string user;
+    bool openTransaction = false;
 };
 
 struct Column {
@@ -72,6 +78,9 @@ struct Stmt : Handle {
     long failRow = -1;
     int params = 0;
     std::vector<SQLLEN*> bound;  // the indicator array of each parameter
+    std::vector<std::pair<SQLSMALLINT, SQLPOINTER> > data;  // C type and buffer of each parameter
+    std::string errorState;
+    SQLINTEGER errorNative = 42;
     SQLULEN paramsetSize = 1;
     SQLUSMALLINT* paramStatus = nullptr;
     std::vector<SQLLEN> offsets;  // bytes handed out of each column this row
@@ -108,6 +117,8 @@ std::vector<std::string> Split(const std::string& s, char sep) {
 void Parse(Stmt* st) {
     st->results.assign(1, Result());
     st->failExecute = st->noRecord = false;
+    st->errorState.clear();
+    st->errorNative = 42;
     st->longMessage = 0;
     st->failRow = -1;
     st->rows = 1;
@@ -138,6 +149,11 @@ void Parse(Stmt* st) {
             st->results.push_back(Result());
         } else if (d == "error") {
             st->failExecute = true;
+        } else if (d.compare(0, 6, "error=") == 0) {
+            std::vector<std::string> f = Split(d.substr(6), ':');
+            st->failExecute = true;
+            st->errorState = f.empty() ? "42000" : f[0];
+            st->errorNative = f.size() > 1 ? std::atoi(f[1].c_str()) : 42;
         } else if (d == "error-norecord") {
             st->failExecute = st->noRecord = true;
         } else if (d.compare(0, 8, "longmsg=") == 0) {
@@ -235,11 +251,14 @@ SQLRETURN SQL_API SQLSetConnectAttr(SQLHDBC, SQLINTEGER attribute, SQLPOINTER va
 }
 
 SQLRETURN SQL_API SQLConnect(SQLHDBC hdbc, SQLCHAR* dsn, SQLSMALLINT dsnLength, SQLCHAR* user, SQLSMALLINT userLength,
-                             SQLCHAR*, SQLSMALLINT) {
+                             SQLCHAR* password, SQLSMALLINT passwordLength) {
     Dbc* d = static_cast<Dbc*>(hdbc);
     d->diags.clear();
     std::string u = Text(user, userLength);
-    Record("connect dsn=%s user=%s", Text(dsn, dsnLength).c_str(), u.c_str());
+    d->user = u;
+    d->openTransaction = true;
+    Record("connect dsn=%s user=%s password=%s", Text(dsn, dsnLength).c_str(), u.c_str(),
+           Text(password, passwordLength).c_str());
     if (u == "norecord") return SQL_ERROR;
     if (u.compare(0, 5, "dbms=") == 0) d->dbms = u.substr(5);
     if (u == "info") {
@@ -249,13 +268,23 @@ SQLRETURN SQL_API SQLConnect(SQLHDBC hdbc, SQLCHAR* dsn, SQLSMALLINT dsnLength, 
     return SQL_SUCCESS;
 }
 
-SQLRETURN SQL_API SQLDisconnect(SQLHDBC) {
+SQLRETURN SQL_API SQLDisconnect(SQLHDBC hdbc) {
+    Dbc* d = static_cast<Dbc*>(hdbc);
+    d->diags.clear();
     Record("disconnect");
+    if (d->user == "stuck" && d->openTransaction) return Fail(d, "25000", "transaction still open");
     return SQL_SUCCESS;
 }
 
-SQLRETURN SQL_API SQLEndTran(SQLSMALLINT, SQLHANDLE, SQLSMALLINT completion) {
+SQLRETURN SQL_API SQLEndTran(SQLSMALLINT, SQLHANDLE handle, SQLSMALLINT completion) {
+    Dbc* d = static_cast<Dbc*>(handle);
+    d->diags.clear();
     Record("endtran %s", completion == SQL_COMMIT ? "commit" : "rollback");
+    d->openTransaction = false;
+    if (d->user == "lost") {
+        d->diags.push_back({"08S01", "Communication link failure", 0});
+        return SQL_ERROR;
+    }
     return SQL_SUCCESS;
 }
 
@@ -321,12 +350,14 @@ SQLRETURN SQL_API SQLDescribeParam(SQLHSTMT, SQLUSMALLINT, SQLSMALLINT* type, SQ
 }
 
 SQLRETURN SQL_API SQLBindParameter(SQLHSTMT hstmt, SQLUSMALLINT number, SQLSMALLINT direction, SQLSMALLINT cType,
-                                   SQLSMALLINT sqlType, SQLULEN size, SQLSMALLINT digits, SQLPOINTER,
+                                   SQLSMALLINT sqlType, SQLULEN size, SQLSMALLINT digits, SQLPOINTER value,
                                    SQLLEN bufferLength, SQLLEN* indicator) {
     Stmt* st = static_cast<Stmt*>(hstmt);
     if (number < 1 || number > st->params) return Fail(st, "07009", "invalid parameter number");
     if (st->bound.size() < number) st->bound.resize(number);
     st->bound[number - 1] = indicator;
+    if (st->data.size() < number) st->data.resize(number);
+    st->data[number - 1] = {cType, value};
     Record("bindparam n=%d dir=%d ctype=%d sqltype=%d size=%lu digits=%d buflen=%ld", number, direction, cType,
            sqlType, static_cast<unsigned long>(size), digits, static_cast<long>(bufferLength));
     return SQL_SUCCESS;
@@ -361,7 +392,27 @@ SQLRETURN SQL_API SQLExecute(SQLHSTMT hstmt) {
         Record("execute param=%zu paramset=%lu ind=%s", p + 1, static_cast<unsigned long>(st->paramsetSize),
                line.c_str());
     }
+    for (size_t p = 0; p < st->data.size() && p < st->bound.size(); ++p) {
+        SQLSMALLINT cType = st->data[p].first;
+        const void* v = st->data[p].second;
+        if (st->paramsetSize != 1 || v == nullptr || st->bound[p] == nullptr || *st->bound[p] < 0) continue;
+        if (cType == SQL_C_TYPE_TIMESTAMP) {
+            const SQL_TIMESTAMP_STRUCT* t = static_cast<const SQL_TIMESTAMP_STRUCT*>(v);
+            Record("value param=%zu %04d-%02u-%02u %02u:%02u:%02u.%09lu", p + 1, t->year, t->month, t->day, t->hour,
+                   t->minute, t->second, static_cast<unsigned long>(t->fraction));
+        } else if (cType == SQL_C_TYPE_TIME) {
+            const SQL_TIME_STRUCT* t = static_cast<const SQL_TIME_STRUCT*>(v);
+            Record("value param=%zu %02u:%02u:%02u", p + 1, t->hour, t->minute, t->second);
+        } else if (cType == SQL_C_CHAR || cType == SQL_C_BINARY) {
+            Record("value param=%zu %s", p + 1,
+                   std::string(static_cast<const char*>(v), static_cast<size_t>(*st->bound[p])).c_str());
+        }
+    }
     if (st->failExecute) {
+        if (!st->errorState.empty()) {
+            st->diags.push_back({st->errorState, "scripted failure", st->errorNative});
+            return SQL_ERROR;
+        }
         if (st->noRecord) return SQL_ERROR;
         std::string message = "scripted failure";
         if (st->longMessage) message = std::string(st->longMessage, 'm');
@@ -454,6 +505,8 @@ SQLRETURN SQL_API SQLGetData(SQLHSTMT hstmt, SQLUSMALLINT number, SQLSMALLINT cT
         std::memcpy(target, &v, static_cast<size_t>(reported = IntegerWidth(cType)));
     } else if (c.kind == "num" && cType == SQL_C_DOUBLE) {
         rc = PutFixed(std::strtod(c.arg.c_str(), nullptr), target, &reported);
+    } else if (c.kind == "ts" && cType == SQL_C_TYPE_DATE) {
+        rc = PutFixed(SQL_DATE_STRUCT{2024, 2, 29}, target, &reported);
     } else if (c.kind == "ts" && cType == SQL_C_TYPE_TIMESTAMP) {
         rc = PutFixed(SQL_TIMESTAMP_STRUCT{2024, 2, 29, 23, 59, 58, 123000000}, target, &reported);
     } else if (c.kind == "time" && cType == SQL_C_TYPE_TIME) {
@@ -503,7 +556,10 @@ SQLRETURN SQL_API SQLRowCount(SQLHSTMT hstmt, SQLLEN* count) {
 SQLRETURN SQL_API SQLFreeStmt(SQLHSTMT hstmt, SQLUSMALLINT option) {
     Stmt* st = static_cast<Stmt*>(hstmt);
     if (option == SQL_CLOSE) ResetCursor(st);
-    if (option == SQL_RESET_PARAMS) st->bound.clear();
+    if (option == SQL_RESET_PARAMS) {
+        st->bound.clear();
+        st->data.clear();
+    }
     Record("freestmt option=%d", option);
     return SQL_SUCCESS;
 }

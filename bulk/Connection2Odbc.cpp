@@ -1,0 +1,179 @@
+#include "bulk/Connection2Odbc.h"
+
+#include <sqlext.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <ctime>
+
+#include "bulk/Env2Odbc.h"
+#include "bulk/PreparedStatement2Odbc.h"
+#include "bulk/internal/Report.h"
+
+namespace KORVEL { namespace Orl { namespace DB { namespace ODBC {
+
+namespace {
+// putenv keeps the pointer: the text must live as long as the process.
+char s_utcZone[] = "TZ=UTC";
+} // namespace
+
+Connection2Odbc::Connection2Odbc(Env2Odbc* env, const char* source, const char* userName)
+    : environment(env), dataSource(source ? source : ""), user(userName ? userName : "") {
+    // Values of the bulk path are UTC both ways, and tm2sec hands years before
+    // 1970 to mktime, which follows TZ. Process-wide on purpose: it must hold
+    // on every thread that converts, the host's included.
+    putenv(s_utcZone);
+    tzset();
+}
+
+Connection2Odbc::~Connection2Odbc() {
+    if (connected) disconnect(true, nullptr);
+    destroyStatements(false, nullptr);
+    if (dbc != SQL_NULL_HDBC) SQLFreeHandle(SQL_HANDLE_DBC, dbc);
+}
+
+int Connection2Odbc::initialize(DBError* error) {
+    if (dbc != SQL_NULL_HDBC) return 0;
+    SQLRETURN rc = SQLAllocHandle(SQL_HANDLE_DBC, environment ? environment->handle() : SQL_NULL_HENV, &dbc);
+    if (rc == SQL_SUCCESS)
+        rc = SQLSetConnectAttr(dbc, SQL_ATTR_AUTOCOMMIT, reinterpret_cast<SQLPOINTER>(SQL_AUTOCOMMIT_OFF),
+                               SQL_IS_UINTEGER);
+    if (rc == SQL_SUCCESS)
+        rc = SQLSetConnectAttr(dbc, SQL_ATTR_TXN_ISOLATION, reinterpret_cast<SQLPOINTER>(SQL_TXN_READ_COMMITTED),
+                               SQL_IS_UINTEGER);
+    if (rc == SQL_SUCCESS) return 0;
+    reportOdbc(error, SQL_HANDLE_DBC, dbc, rc);
+    return -1;
+}
+
+void Connection2Odbc::setConnectionProperty(const char* key, const char* value) {
+    if (key == nullptr) return;
+    try {
+        properties[key] = value ? value : "";
+    } catch (...) {
+    }
+}
+
+void Connection2Odbc::clearProperties() { properties.clear(); }
+
+const char* Connection2Odbc::getImplementationName() { return "generic odbc v2.0.0"; }
+
+const char* Connection2Odbc::getService() { return service.c_str(); }
+
+int Connection2Odbc::connect(DBError* error) {
+    if (connected) return 0;
+    auto it = properties.find("Password");
+    const char* password = it == properties.end() ? "" : it->second.c_str();
+    SQLRETURN rc = SQLConnect(dbc, (SQLCHAR*)dataSource.c_str(), SQL_NTS, (SQLCHAR*)user.c_str(), SQL_NTS,
+                              (SQLCHAR*)password, SQL_NTS);
+    if (rc == SQL_SUCCESS) {
+        connected = true;
+        return 0;
+    }
+    // With SQL_SUCCESS_WITH_INFO the driver is connected while this object
+    // says it is not: only SQL_SUCCESS counts anywhere on this path.
+    reportOdbc(error, SQL_HANDLE_DBC, dbc, rc);
+    return -1;
+}
+
+int Connection2Odbc::disconnect(bool force, DBError* error) {
+    if (!connected) return 0;
+    SQLRETURN rc;
+    if (force) {
+        rollback(error);
+        rc = SQLDisconnect(dbc);
+    } else {
+        rc = SQLDisconnect(dbc);
+        if (rc != SQL_SUCCESS) {
+            reportOdbc(error, SQL_HANDLE_DBC, dbc, rc);
+            return -1;
+        }
+    }
+    // A successful SQLDisconnect has released every statement handle of the
+    // connection in the driver manager; closing them again would only call
+    // ODBC on dead handles.
+    destroyStatements(rc == SQL_SUCCESS, error);
+    // Some drivers refuse to disconnect while a cursor is open; with the
+    // statements gone the handle can be let go after all.
+    if (rc != SQL_SUCCESS) SQLDisconnect(dbc);
+    connected = false;
+    return 0;
+}
+
+void Connection2Odbc::destroyStatements(bool handlesFreed, DBError* error) {
+    for (PreparedStatement2Odbc* statement : statements) {
+        if (handlesFreed) statement->forgetHandle();
+        statement->close(error);
+        delete statement;
+    }
+    statements.clear();
+}
+
+PreparedStatement* Connection2Odbc::createPreparedStatement(const char*, const RecordType* record, bool,
+                                                            DBError* error) {
+    if (record == nullptr) return nullptr;
+    reportLibrary(error, "not implemented");
+    return nullptr;
+}
+
+PreparedStatement* Connection2Odbc::createPreparedStatement(const char* sql, int count, const unsigned int* types,
+                                                            bool, DBError* error) {
+    return prepare(sql, count, types, error);
+}
+
+PreparedStatement* Connection2Odbc::createPreparedStatement(const char* sql, DBError* error) {
+    return prepare(sql, 0, nullptr, error);
+}
+
+PreparedStatement* Connection2Odbc::prepare(const char* sql, int count, const unsigned int* types, DBError* error) {
+    if (!connected) {
+        reportNotConnected(error);
+        return nullptr;
+    }
+    PreparedStatement2Odbc* statement = nullptr;
+    try {
+        statement = new PreparedStatement2Odbc(this, sql);
+        if (statement->initialize(count, types, error) != 0) {
+            delete statement;
+            return nullptr;
+        }
+        statements.insert(statement);
+    } catch (...) {
+        delete statement;
+        reportLibrary(error, "memory allocation");
+        return nullptr;
+    }
+    return statement;
+}
+
+int Connection2Odbc::releaseStatement(PreparedStatement* statement, DBError* error) {
+    // Compared as the host's pointers: anything it hands in may be foreign.
+    auto it = std::find_if(statements.begin(), statements.end(),
+                           [statement](PreparedStatement2Odbc* s) { return static_cast<PreparedStatement*>(s) == statement; });
+    if (it == statements.end()) {
+        reportLibrary(error, "statement not found");
+        return -1;
+    }
+    PreparedStatement2Odbc* found = *it;
+    if (found->close(error) != 0) return -1;
+    statements.erase(it);
+    delete found;
+    return 0;
+}
+
+int Connection2Odbc::endTransaction(SQLSMALLINT completion, DBError* error) {
+    if (!connected) {
+        reportNotConnected(error);
+        return -1;
+    }
+    SQLRETURN rc = SQLEndTran(SQL_HANDLE_DBC, dbc, completion);
+    if (rc == SQL_SUCCESS) return 0;
+    reportOdbc(error, SQL_HANDLE_DBC, dbc, rc);
+    return -1;
+}
+
+int Connection2Odbc::commit(DBError* error) { return endTransaction(SQL_COMMIT, error); }
+
+int Connection2Odbc::rollback(DBError* error) { return endTransaction(SQL_ROLLBACK, error); }
+
+}}}} // namespace KORVEL::Orl::DB::ODBC

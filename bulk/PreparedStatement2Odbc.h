@@ -1,0 +1,147 @@
+// A bulk statement: one SQL text prepared once, executed any number of times,
+// one row per SQLExecute and one per SQLFetch. Parameters are bound one by one
+// at each execution; columns are read one by one with SQLGetData into packed
+// form, through a fetcher chosen per column at set-up.
+#pragma once
+#include <pthread.h>
+#include <sql.h>
+#include <sqlext.h>
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "datatypes/DataValue.h"
+#include "datatypes/TypeEnum.h"
+#include "host/PreparedStatement.h"
+
+namespace KORVEL { namespace Orl { namespace DB { namespace ODBC {
+
+class Connection2Odbc;
+
+// Kept for the host's binary interface: the bind length that all parameters
+// once shared. Binds and reads here keep their lengths per parameter and per
+// call, so nothing in this library depends on it any more.
+extern long glen;
+
+class PreparedStatement2Odbc final : public PreparedStatement {
+public:
+    // One per parameter and one per result column.
+    struct DATA_XFER_SETTINGS {
+        uint16_t spare0;
+        int16_t sqlDataType;
+        uint64_t columnSize;
+        int16_t decimalDigits;
+        uint16_t spare1;
+        int16_t nullable;
+        int64_t rowColumn;   // parameter: column of the bound row that feeds it
+        uint32_t typeWord;   // parameter: type word of the bound value
+    };
+
+    // Reads one column (zero-based) of the current row into `target`. `length`
+    // comes in as the column's packed size and goes out as the bytes delivered,
+    // or -1 for NULL. 0 or -1.
+    typedef int (PreparedStatement2Odbc::*Fetcher)(unsigned long column, void* target, long& length,
+                                                   DBError* error);
+
+    // C type that binds a parameter, by TypeEnum value; INT16 has none.
+    static std::map<DataTypes::TypeEnum, short> s_orlToSqlTypeMap;
+    // Fraction digits to TypeEnum: LONG, then MONEY_1 .. MONEY_15. For the host.
+    static int s_moneyPrecisionMapping[16];
+    // Held across the DataValue execute only.
+    static pthread_mutex_t m_mx;
+
+    PreparedStatement2Odbc(Connection2Odbc* connection, const char* sql);
+    PreparedStatement2Odbc(const PreparedStatement2Odbc&) = delete;
+    PreparedStatement2Odbc& operator=(const PreparedStatement2Odbc&) = delete;
+    // Not virtual: only the connection destroys statements.
+    ~PreparedStatement2Odbc();
+
+    // Prepares and describes. `count` 0 takes the column types from the
+    // driver's description, else `types` holds `count` type words. 0 or -1.
+    int initialize(int count, const unsigned int* types, DBError* error);
+    void createOrlDataTypes();
+    int processOrlTypes(int count, const unsigned int* types);
+
+    int getNumberParameters(int& count, DBError* error) override;
+    int getEffectiveNumberColumns(int& count, DBError* error) override;
+    // The name's text; "" beyond the last column.
+    const char* getColumnName(unsigned long column, DBError* error) override;
+    // The column count itself still passes (as it always has) and reads UNKNOWN.
+    int getEffectiveDataType(int column, unsigned int& type, DBError* error) override;
+    // columns[i]: the row column that feeds parameter i; types[i] its type word.
+    int setBindings(std::vector<int>& columns, const unsigned int* types, DBError* error) override;
+    int execute(const RowInternal2* row, DBError* error) override;
+    // Not supported: -1, nothing touched.
+    int execute(const RowInternal2** rows, DBError* error) override;
+    int execute(std::vector<DataTypes::DataValue>& values, std::vector<unsigned int>& types,
+                DBError* error) override;
+    int execute(DBError* error) override;
+    int nextResultSet(bool& more, DBError* error) override;
+    // Moves the cursor: the only call that does.
+    int hasMoreData(bool& more, DBError* error) override;
+    RowInternal2* nextRow(DBError* error) override;
+    int nextRow(std::vector<DataTypes::DataValue>& values, DBError* error) override;
+    int nextCount(int& count, DBError* error) override;
+
+    // Closes the cursor and drops all bindings; the statement stays prepared.
+    int close(DBError* error);
+    // Binds parameter `index` (zero-based) from a packed value; null binds NULL.
+    int bindParameter(unsigned long index, const void* value, unsigned int& word, DBError* error);
+    // A new row of `size` bytes from the offsets and lengths of the last read.
+    RowInternal2* packValues(const std::vector<void*>& values, unsigned long size, DBError* error);
+
+    template <short T>
+    int getDataColumn(unsigned long column, void* target, long& length, DBError* error);
+
+    // The driver manager freed the handle with its connection.
+    void forgetHandle() { stmt = SQL_NULL_HSTMT; }
+
+private:
+    // What the driver reads at SQLExecute for one parameter: its length or
+    // indicator and the converted value, kept apart per parameter so that a
+    // second parameter of a kind doesn't overwrite the first.
+    struct BindSlot {
+        SQLLEN length;
+        SQL_TIMESTAMP_STRUCT timestamp;
+        SQL_TIME_STRUCT time;
+        char text[64];
+        unsigned char* block;  // packed copy of a DataValue binary, owned
+    };
+    void releaseBindBlocks();
+
+    int executeBound(DBError* error);
+    int failGetData(SQLRETURN rc, DBError* error);
+    void freeBlock(unsigned long column);
+
+    std::string sql;
+    SQLHSTMT stmt = SQL_NULL_HSTMT;
+    std::vector<DATA_XFER_SETTINGS> parameters;
+    std::vector<DATA_XFER_SETTINGS> columns;
+    std::vector<Fetcher> fetchers;
+    std::vector<std::string> columnNames;
+    int32_t bound = 0;
+    // -1 right after an execute, then the current result set. Before the
+    // first execute it is -2, so that a read says "no data".
+    int32_t resultState = -2;
+    std::vector<unsigned int> columnTypes;
+    std::vector<DataTypes::DataValue> rowValues;
+    std::vector<void*> valueBuffers;
+    std::vector<int> offsets;
+    std::vector<long> lengths;
+    Connection2Odbc* connection;  // not owned
+    std::vector<BindSlot> bindSlots;  // one per parameter
+};
+
+template <> int PreparedStatement2Odbc::getDataColumn<93>(unsigned long, void*, long&, DBError*);
+template <> int PreparedStatement2Odbc::getDataColumn<2>(unsigned long, void*, long&, DBError*);
+template <> int PreparedStatement2Odbc::getDataColumn<1>(unsigned long, void*, long&, DBError*);
+template <> int PreparedStatement2Odbc::getDataColumn<-2>(unsigned long, void*, long&, DBError*);
+template <> int PreparedStatement2Odbc::getDataColumn<91>(unsigned long, void*, long&, DBError*);
+template <> int PreparedStatement2Odbc::getDataColumn<-7>(unsigned long, void*, long&, DBError*);
+template <> int PreparedStatement2Odbc::getDataColumn<8>(unsigned long, void*, long&, DBError*);
+template <> int PreparedStatement2Odbc::getDataColumn<-25>(unsigned long, void*, long&, DBError*);
+template <> int PreparedStatement2Odbc::getDataColumn<-16>(unsigned long, void*, long&, DBError*);
+
+}}}} // namespace KORVEL::Orl::DB::ODBC

@@ -1,0 +1,264 @@
+// Parameter binding and execution of a bulk statement.
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+
+#include "bulk/PreparedStatement2Odbc.h"
+#include "bulk/RowInternal2.h"
+#include "bulk/internal/Report.h"
+#include "datatypes/DataTypes.h"
+
+namespace KORVEL { namespace Orl { namespace DB { namespace ODBC {
+
+using namespace DataTypes;
+
+namespace {
+
+// Seconds and a forward-counting fraction (in `unit`ths) of a signed count of
+// `unit`ths of a second: -1 ms is second -1 plus 999 ms.
+void splitUnits(int64_t value, int64_t unit, int64_t& seconds, int64_t& fraction) {
+    fraction = value % unit;
+    if (fraction < 0) fraction = -fraction;
+    seconds = value / unit;
+    if (value < 0 && fraction != 0) {
+        fraction = unit - fraction;
+        seconds = (value - fraction) / unit;
+    }
+}
+
+bool fillTimestamp(int64_t seconds, int64_t nanoseconds, SQL_TIMESTAMP_STRUCT& ts) {
+    time_t t = static_cast<time_t>(seconds);
+    tm fields;
+    if (gmtime_r(&t, &fields) == nullptr) return false;
+    ts.year = static_cast<SQLSMALLINT>(fields.tm_year + 1900);
+    ts.month = static_cast<SQLUSMALLINT>(fields.tm_mon + 1);
+    ts.day = static_cast<SQLUSMALLINT>(fields.tm_mday);
+    ts.hour = static_cast<SQLUSMALLINT>(fields.tm_hour);
+    ts.minute = static_cast<SQLUSMALLINT>(fields.tm_min);
+    ts.second = static_cast<SQLUSMALLINT>(fields.tm_sec);
+    ts.fraction = static_cast<SQLUINTEGER>(nanoseconds);
+    return true;
+}
+
+int64_t readInt64(const void* value) {
+    int64_t v;
+    std::memcpy(&v, value, sizeof v);
+    return v;
+}
+
+struct MutexLock {
+    explicit MutexLock(pthread_mutex_t& m) : mutex(m) { pthread_mutex_lock(&mutex); }
+    ~MutexLock() { pthread_mutex_unlock(&mutex); }
+    pthread_mutex_t& mutex;
+};
+
+} // namespace
+
+int PreparedStatement2Odbc::bindParameter(unsigned long index, const void* value, unsigned int& word,
+                                          DBError* error) {
+    if (index >= parameters.size()) {
+        // The driver refuses the number; let it say so.
+        SQLRETURN rc = SQLBindParameter(stmt, static_cast<SQLUSMALLINT>(index + 1), SQL_PARAM_INPUT, SQL_C_CHAR,
+                                        SQL_VARCHAR, 1, 0, nullptr, 0, nullptr);
+        reportOdbc(error, SQL_HANDLE_STMT, stmt, rc == SQL_SUCCESS ? SQL_ERROR : rc);
+        return -1;
+    }
+    const DATA_XFER_SETTINGS& s = parameters[index];
+    BindSlot& slot = bindSlots[index];
+    SQLULEN columnSize = s.columnSize;
+    SQLPOINTER data = nullptr;
+    SQLLEN bufferLength = 0;
+    const unsigned int type = typeOf(word);
+
+    if (value == nullptr) {
+        columnSize = 1;
+        slot.length = SQL_NULL_DATA;
+    } else {
+        switch (type) {
+        case DATE:
+        case TIMESTAMP:
+        case BIGDATETIME: {
+            int64_t seconds = readInt64(value), fraction = 0, nanosPerUnit = 0;
+            if (type == TIMESTAMP) {
+                splitUnits(seconds, 1000, seconds, fraction);
+                nanosPerUnit = 1000000;
+            } else if (type == BIGDATETIME) {
+                splitUnits(seconds, 1000000, seconds, fraction);
+                nanosPerUnit = 1000;
+            }
+            if (!fillTimestamp(seconds, fraction * nanosPerUnit, slot.timestamp)) {
+                reportLibrary(error, "error converting date");
+                return -1;
+            }
+            data = &slot.timestamp;
+            bufferLength = slot.length = sizeof(SQL_TIMESTAMP_STRUCT);
+            break;
+        }
+        case TIME: {
+            int64_t v = readInt64(value);
+            slot.time.hour = static_cast<SQLUSMALLINT>(v / 3600);
+            slot.time.minute = static_cast<SQLUSMALLINT>((v % 3600) / 60);
+            slot.time.second = static_cast<SQLUSMALLINT>(v % 60);
+            data = &slot.time;
+            bufferLength = slot.length = sizeof(SQL_TIME_STRUCT);
+            break;
+        }
+        case STRING:
+            data = const_cast<void*>(value);
+            bufferLength = slot.length = static_cast<SQLLEN>(std::strlen(static_cast<const char*>(value)));
+            break;
+        case MONEY: case MONEY_1: case MONEY_2: case MONEY_3: case MONEY_4: case MONEY_5:
+        case MONEY_6: case MONEY_7: case MONEY_8: case MONEY_9: case MONEY_10: case MONEY_11:
+        case MONEY_12: case MONEY_13: case MONEY_14: case MONEY_15:
+        case FIXEDDECIMAL:
+            slot.text[0] = '\0';
+            convertToString(word, false, false, static_cast<unsigned char*>(const_cast<void*>(value)), slot.text, 63);
+            data = slot.text;
+            bufferLength = slot.length = static_cast<SQLLEN>(std::strlen(slot.text));
+            break;
+        case BINARY:
+            data = static_cast<unsigned char*>(const_cast<void*>(value)) + 4;
+            bufferLength = slot.length =
+                getLengthFromPackedBinary(static_cast<const unsigned char*>(value));
+            break;
+        default:
+            data = const_cast<void*>(value);
+            slot.length = 0;
+            break;
+        }
+    }
+
+    // Unmapped types (INT16) bind as C type 0, which the driver refuses.
+    auto mapped = s_orlToSqlTypeMap.find(static_cast<TypeEnum>(type));
+    const SQLSMALLINT cType = mapped == s_orlToSqlTypeMap.end() ? 0 : mapped->second;
+    SQLRETURN rc = SQLBindParameter(stmt, static_cast<SQLUSMALLINT>(index + 1), SQL_PARAM_INPUT, cType,
+                                    s.sqlDataType, columnSize, s.decimalDigits, data, bufferLength, &slot.length);
+    if (rc == SQL_SUCCESS) return 0;
+    reportOdbc(error, SQL_HANDLE_STMT, stmt, rc);
+    return -1;
+}
+
+RowInternal2* PreparedStatement2Odbc::packValues(const std::vector<void*>& values, unsigned long size,
+                                                 DBError* error) {
+    unsigned char* block = static_cast<unsigned char*>(std::malloc(size));
+    if (block == nullptr) {
+        reportLibrary(error, "memory allocation");
+        return nullptr;
+    }
+    const size_t n = values.size();
+    const size_t table = static_cast<size_t>(headerSize);
+    // Header and the spare word behind the table are zeroed, not left as
+    // whatever malloc gave.
+    std::memset(block, 0, table + 4 * (n + 2) < size ? table + 4 * (n + 2) : size);
+    RowInternal2* row = reinterpret_cast<RowInternal2*>(block);
+    row->size = static_cast<uint32_t>(size);
+    row->one = 1;
+    row->columnCount = static_cast<uint32_t>(n) & 0xFFFFFF;
+    std::memcpy(block + table, offsets.data(), 4 * (n + 1));
+    for (size_t j = 0; j < n; ++j)
+        if (lengths[j] != 0) std::memcpy(block + offsets[j], values[j], static_cast<size_t>(lengths[j]));
+    return row;
+}
+
+int PreparedStatement2Odbc::executeBound(DBError* error) {
+    SQLRETURN rc = SQLExecute(stmt);
+    if (rc == SQL_SUCCESS) {
+        resultState = -1;
+        return 0;
+    }
+    // SQL_SUCCESS_WITH_INFO fails too, and so does SQL_NO_DATA from an update
+    // that touched no row.
+    reportOdbc(error, SQL_HANDLE_STMT, stmt, rc);
+    return -1;
+}
+
+int PreparedStatement2Odbc::execute(const RowInternal2* row, DBError* error) {
+    if (bound != 1) {
+        reportLibrary(error, "No param binding in effect");
+        return -1;
+    }
+    const unsigned char* base = reinterpret_cast<const unsigned char*>(row);
+    const int64_t rowColumns = row ? static_cast<int64_t>(row->columnCount) : 0;
+    for (size_t i = 0; i < parameters.size(); ++i) {
+        DATA_XFER_SETTINGS& s = parameters[i];
+        // A binding to a column the row doesn't have reads as NULL.
+        const void* value = nullptr;
+        if (s.rowColumn >= 0 && s.rowColumn < rowColumns) {
+            int32_t offset;
+            std::memcpy(&offset, base + headerSize + 4 * s.rowColumn, sizeof offset);
+            if (offset > 0) value = base + offset;
+        }
+        int result = bindParameter(i, value, s.typeWord, error);
+        if (result != 0) {
+            close(error);
+            return result;
+        }
+    }
+    return executeBound(error);
+}
+
+int PreparedStatement2Odbc::execute(const RowInternal2**, DBError*) { return -1; }
+
+int PreparedStatement2Odbc::execute(std::vector<DataValue>& values, std::vector<unsigned int>& types,
+                                    DBError* error) {
+    try {
+        MutexLock lock(m_mx);
+        if (bound != 0) {
+            int result = close(error);
+            if (result != 0) return result;
+        }
+        if (parameters.size() != values.size()) {
+            reportLibrary(error, "param count mismatch");
+            return -1;
+        }
+        for (size_t i = 0; i < parameters.size(); ++i) {
+            unsigned int word = i < types.size() ? types[i] : static_cast<unsigned int>(UNKNOWN);
+            DataValue& v = values[i];
+            const void* pointer = &v;
+            if (word == STRING) {
+                pointer = v.stringValue;
+            } else if (word == BINARY) {
+                const uint32_t length = v.binaryValue.length;
+                unsigned char* block = static_cast<unsigned char*>(std::malloc(4 + static_cast<size_t>(length)));
+                if (block == nullptr) {
+                    reportLibrary(error, "memory allocation");
+                    close(error);
+                    return -1;
+                }
+                // The driver reads the copy at SQLExecute, and again when
+                // execute(DBError*) repeats the bound data: it lives until the
+                // parameter is bound anew or the statement closes.
+                std::free(bindSlots[i].block);
+                bindSlots[i].block = block;
+                putLengthOfPackedBinary(block, length);
+                if (length != 0 && v.binaryValue.data != nullptr) std::memcpy(block + 4, v.binaryValue.data, length);
+                pointer = block;
+            }
+            int result = bindParameter(i, pointer, word, error);
+            if (result != 0) {
+                close(error);
+                return result;
+            }
+        }
+        bound = 1;
+        return executeBound(error);
+    } catch (...) {
+        reportLibrary(error, "memory allocation");
+        return -1;
+    }
+}
+
+int PreparedStatement2Odbc::execute(DBError* error) {
+    if (!parameters.empty() && bound == 0) {
+        reportLibrary(error, "unbound parameter(s)");
+        return -1;
+    }
+    return executeBound(error);
+}
+
+int PreparedStatement2Odbc::nextCount(int&, DBError* error) {
+    reportLibrary(error, "not implemented");
+    return -1;
+}
+
+}}}} // namespace KORVEL::Orl::DB::ODBC

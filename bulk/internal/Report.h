@@ -1,0 +1,17 @@
+// The two ways the bulk front end fills a DBError, each in one place. Both
+// accept a null record (the caller then only gets its result) and never throw:
+// a record that can't take the text keeps what it had.
+#pragma once
+
+namespace KORVEL { namespace Orl { namespace DB {
+class DBError;
+namespace ODBC {
+
+// A fault found by this library: source "dbaccess" and `text`.
+void reportLibrary(DBError* error, const char* text);
+// As above, and the connection is to be taken as gone ("not connected").
+void reportNotConnected(DBError* error);
+// An ODBC status other than SQL_SUCCESS: source "odbc", then the diagnostics.
+void reportOdbc(DBError* error, short handleType, void* handle, short returnCode);
+
+}}}} // namespace KORVEL::Orl::DB::ODBC
