@@ -117,6 +117,8 @@ int OdbcConnection::createStatement(const std::string& sql, bool batch) {
         return kFailed;
     }
     if (stmt->SetSql(sql, batch) == ODBC::Status_Ok) {
+        // Callers clear the old statement first; one left behind would only leak.
+        closeStatement();
         statement = new OdbcStatement(*this, stmt, sql);
         return kOk;
     }

@@ -62,9 +62,9 @@ public:
     // The SQLHDBC, or null before open().
     void* getHandle() override;
 
-    // Prepares `sql` in a new statement that replaces `statement` (callers
-    // clear it first). 3 with a log line when it can't be made or prepared.
-    // Needs open().
+    // Prepares `sql` in a new statement that replaces `statement` (an old one
+    // is closed once the new one is prepared). 3 with a log line when it can't
+    // be made or prepared; before open() there is nothing to make it on.
     int createStatement(const std::string& sql, bool batch);
     // Closes and deletes the statement, if any; always 1.
     int closeStatement();
