@@ -1,10 +1,8 @@
 // Batches through the connection: rows added, run in one execution, counted;
 // the rule on parameters per row; the states a batch can be in.
 #include "ClassicFixture.h"
-#include "host/DataService.h"
 
 using namespace KORVEL::Orl::DB;
-using DataTypes::DataValue;
 
 namespace {
 
@@ -19,6 +17,8 @@ std::vector<Parameter> row(std::initializer_list<int> values) {
     }
     return out;
 }
+
+const char* const kInsert = "INSERT INTO orl_cl_batch VALUES (?, ?)";
 
 class BatchIT : public classictest::ClassicTest {
 protected:
@@ -37,18 +37,18 @@ protected:
         }
         ClassicTest::TearDown();
     }
-    long count() {
+    size_t stored() {
         std::vector<Row*> rows;
         EXPECT_TRUE(selectAll("SELECT a FROM orl_cl_batch", {1}, rows));
-        long n = static_cast<long>(rows.size());
+        size_t n = rows.size();
         freeRows(rows);
         return n;
     }
 };
 
 TEST_P(BatchIT, RowsRunInOneExecutionWithAStatusEach) {
-    ASSERT_EQ(1, conn->createBatch("INSERT INTO orl_cl_batch VALUES (?, ?)")) << classictest::errorsOf(conn);
-    EXPECT_EQ(3, conn->createBatch("INSERT INTO orl_cl_batch VALUES (?, ?)"));  // the first stands
+    ASSERT_EQ(1, conn->createBatch(kInsert)) << classictest::errorsOf(conn);
+    EXPECT_EQ(3, conn->createBatch(kInsert));  // the first stands
     for (int i = 0; i < 3; ++i) {
         auto r = row({i, i * 10});
         ASSERT_EQ(1, conn->addToBatch(r)) << i;
@@ -58,38 +58,32 @@ TEST_P(BatchIT, RowsRunInOneExecutionWithAStatusEach) {
     // The SQLite driver doesn't report per-row statuses: its rows read as -1.
     EXPECT_EQ(std::vector<int>(3, is("sqlite") ? -1 : 0), counts);
     EXPECT_FALSE(conn->batchOpen);
-    EXPECT_EQ(-1, conn->batchParameterCount);
     ASSERT_EQ(1, conn->commit());
-    EXPECT_EQ(3, count());
+    EXPECT_EQ(3u, stored());
 }
 
 TEST_P(BatchIT, ParameterCountOfTheFirstRowIsTheFloor) {
-    ASSERT_EQ(1, conn->createBatch("INSERT INTO orl_cl_batch VALUES (?, ?)"));
-    auto two = row({1, 2});
+    ASSERT_EQ(1, conn->createBatch(kInsert));
+    auto two = row({1, 2}), one = row({1}), three = row({1, 2, 3});
     ASSERT_EQ(1, conn->addToBatch(two));
-    EXPECT_EQ(2, conn->batchParameterCount);
     classictest::LogCapture log;
-    auto one = row({1});
     EXPECT_EQ(3, conn->addToBatch(one));  // shorter: refused before any binding
     EXPECT_TRUE(log.lines.empty());
-    auto three = row({1, 2, 3});
     // Longer passes the count rule and fails only at the marker it lacks.
     EXPECT_EQ(3, conn->addToBatch(three));
     EXPECT_EQ(std::vector<std::string>{"801017-3_ERROR_BINDING_PARAMETERS"}, log.ids());
     EXPECT_EQ(1, conn->clearBatch());
-    EXPECT_FALSE(conn->batchOpen);
     EXPECT_EQ(-1, conn->batchParameterCount);
     EXPECT_EQ(3, conn->addToBatch(two));  // no batch any more
 }
 
 TEST_P(BatchIT, EmptyAndClearedBatchesRunNothing) {
     EXPECT_EQ(1, conn->clearBatch());  // outside a batch: nothing to do
-    ASSERT_EQ(1, conn->createBatch("INSERT INTO orl_cl_batch VALUES (?, ?)"));
+    ASSERT_EQ(1, conn->createBatch(kInsert));
     std::vector<int> counts{5};
     EXPECT_EQ(1, conn->executeBatch(counts));
     EXPECT_TRUE(counts.empty());
-
-    ASSERT_EQ(1, conn->createBatch("INSERT INTO orl_cl_batch VALUES (?, ?)"));
+    ASSERT_EQ(1, conn->createBatch(kInsert));
     auto r = row({1, 2});
     ASSERT_EQ(1, conn->addToBatch(r));
     ASSERT_EQ(1, conn->clearBatch());
@@ -98,33 +92,7 @@ TEST_P(BatchIT, EmptyAndClearedBatchesRunNothing) {
     EXPECT_EQ(1, conn->executeBatch(counts));
     EXPECT_TRUE(counts.empty());
     ASSERT_EQ(1, conn->commit());
-    EXPECT_EQ(0, count());
-}
-
-TEST(BatchWithoutStatement, ExecuteBatchBeforeAnyStatementFails) {
-    orltest::DriverLoader loader;
-    ASSERT_NE(nullptr, loader.driver());
-    KORVEL::Orl::DataService s("x");
-    s.setProperty("DSN", "nowhere");
-    s.setProperty("User", "nobody");
-    Connection* c = loader.driver()->createConnection(s);
-    ASSERT_NE(nullptr, c);
-    std::vector<int> counts{1};
-    bool more = true;
-    ResultSet* rs = nullptr;
-    auto r = row({1});
-    EXPECT_EQ(3, c->executeBatch(counts));
-    EXPECT_EQ(3, c->nextResultSet(more));
-    EXPECT_EQ(3, c->getResultSet(rs));
-    EXPECT_EQ(3, c->addToBatch(r));
-    EXPECT_EQ(1, c->clearBatch());
-    // Not opened: there is no connection to make a statement on.
-    classictest::LogCapture log;
-    EXPECT_EQ(3, c->createBatch("INSERT INTO t VALUES (?)"));
-    EXPECT_EQ(std::vector<std::string>{"801004-3_ERROR_CREATING_STATEMENT"}, log.ids());
-    EXPECT_FALSE(c->batchOpen);
-    EXPECT_EQ(std::vector<int>{1}, counts);
-    loader.driver()->releaseConnection(c);
+    EXPECT_EQ(0u, stored());
 }
 
 CLASSIC_INSTANTIATE(BatchIT);

@@ -4,7 +4,6 @@
 
 #include "ClassicFixture.h"
 #include "datatypes/DataTypes.h"
-#include "host/DataService.h"
 
 using namespace KORVEL::Orl::DB;
 using DataTypes::DataValue;
@@ -119,42 +118,6 @@ TEST_P(RoundTrip, EveryTypeWordComesBackAsBound) {
         update("DROP TABLE orl_cl_rt");
         conn->commit();
     }
-}
-
-// WriteBigIntAsChar sends 64-bit integers as text; they must land as numbers.
-TEST_P(RoundTrip, BigIntAsTextLandsAsTheSameNumber) {
-    KORVEL::Orl::DataService s("classic");
-    s.setProperty("DSN", GetParam().dsn);
-    s.setProperty("User", GetParam().user);
-    s.setProperty("Password", GetParam().password);
-    s.setProperty("WriteBigIntAsChar", "true");
-    Connection* c = loader.driver()->createConnection(s);
-    ASSERT_NE(nullptr, c);
-    ASSERT_EQ(1, c->open());
-    std::vector<Parameter> none;
-    int count = 0;
-    c->executeUpdate("DROP TABLE IF EXISTS orl_cl_big", none, count);
-    ASSERT_EQ(1, c->executeUpdate("CREATE TABLE orl_cl_big (a bigint, b bigint)", none, count));
-    std::vector<Parameter> params(2);
-    params[0].type = 2;
-    params[0].value = i64(-9000000000000000001);
-    params[1].type = 26;
-    params[1].value = DataValue();
-    ASSERT_EQ(1, c->executeUpdate("INSERT INTO orl_cl_big VALUES (?, ?)", params, count))
-        << classictest::errorsOf(c);
-    ResultSet* rs = nullptr;
-    ASSERT_EQ(1, c->executeQuery("SELECT a, b FROM orl_cl_big", none, 0, rs));
-    bool more = false;
-    ASSERT_EQ(1, rs->next(more));
-    ASSERT_TRUE(more);
-    Row* row = nullptr;
-    ASSERT_EQ(1, rs->getData(RowDescriptor({2, 26}), row));
-    EXPECT_EQ(-9000000000000000001, row->getColumnValue(0).int64Value);
-    EXPECT_TRUE(row->getColumnValue(1).isNull);
-    delete row;
-    c->executeUpdate("DROP TABLE orl_cl_big", none, count);
-    c->commit();
-    loader.driver()->releaseConnection(c);
 }
 
 CLASSIC_INSTANTIATE(RoundTrip);

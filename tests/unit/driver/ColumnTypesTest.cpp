@@ -76,18 +76,4 @@ TEST(OdbcColumnTypes, TypeWordToSqlName) {
         EXPECT_EQ(r.name, c.getSqlTypeString(r.word, r.primaryKey)) << r.word << (r.primaryKey ? " key" : "");
 }
 
-TEST(OdbcColumnTypes, ConstructorsKeepTheCatalogFields) {
-    OdbcColumn plain("n", 2, 30, 10, true, true, 3, "DECIMAL");
-    EXPECT_EQ(10, plain.size);
-    EXPECT_EQ(10, plain.bufferLength);
-    EXPECT_FALSE(plain.primaryKey);
-    EXPECT_TRUE(plain.hasDefault);
-    OdbcColumn key("k", 0, 1, 4, false, true, false, 4, "INTEGER");
-    OdbcColumn copy(key);
-    EXPECT_TRUE(copy.primaryKey);
-    EXPECT_FALSE(copy.hasDefault);
-    EXPECT_EQ("INTEGER", copy.sqlTypeName);
-    EXPECT_EQ(4, copy.sqlType);
-}
-
 } // namespace

@@ -71,22 +71,16 @@ struct FakeParam : public OdbcParam {
     }
     e_Status SetData(const tagTIMESTAMP_STRUCT& v, bool n) override { stamp = v; return Took("timestamp", n); }
     e_Status SetData(const tagTIME_STRUCT& v, bool n) override { time = v; return Took("time", n); }
+    // Parameters are only written here.
+#define FAKE_REJECT(T) \
+    e_Status GetData(T&) override { return Status_Error; }
+    FAKE_REJECT(char) FAKE_REJECT(bool) FAKE_REJECT(short) FAKE_REJECT(int) FAKE_REJECT(long)
+    FAKE_REJECT(unsigned char) FAKE_REJECT(unsigned short) FAKE_REJECT(unsigned int) FAKE_REJECT(unsigned long)
+    FAKE_REJECT(double) FAKE_REJECT(tagTIMESTAMP_STRUCT) FAKE_REJECT(tagTIME_STRUCT)
+    e_Status GetData(ByteStore*) override { return Status_Error; }
     e_Status GetSqlType(short&, unsigned int&, short&) override { return Status_Error; }
     e_Status GetCType(short&, int&) override { return Status_Error; }
     e_Status GetDirection(short&) override { return Status_Error; }
-    e_Status GetData(char&) override { return Status_Error; }
-    e_Status GetData(bool&) override { return Status_Error; }
-    e_Status GetData(short&) override { return Status_Error; }
-    e_Status GetData(int&) override { return Status_Error; }
-    e_Status GetData(long&) override { return Status_Error; }
-    e_Status GetData(unsigned char&) override { return Status_Error; }
-    e_Status GetData(unsigned short&) override { return Status_Error; }
-    e_Status GetData(unsigned int&) override { return Status_Error; }
-    e_Status GetData(unsigned long&) override { return Status_Error; }
-    e_Status GetData(double&) override { return Status_Error; }
-    e_Status GetData(ByteStore*) override { return Status_Error; }
-    e_Status GetData(tagTIMESTAMP_STRUCT&) override { return Status_Error; }
-    e_Status GetData(tagTIME_STRUCT&) override { return Status_Error; }
 };
 
 // A column holding raw bytes under an SQL type; null when `isNull`.
@@ -110,16 +104,10 @@ struct FakeCol : public OdbcCol {
         out = static_cast<T>(std::stol(bytes));
         return Status_Ok;
     }
-    e_Status GetData(bool& v) override { return Give(v); }
-    e_Status GetData(char& v) override { return Give(v); }
-    e_Status GetData(short& v) override { return Give(v); }
-    e_Status GetData(int& v) override { return Give(v); }
-    e_Status GetData(long& v) override { return Give(v); }
-    e_Status GetData(unsigned char& v) override { return Give(v); }
-    e_Status GetData(unsigned short& v) override { return Give(v); }
-    e_Status GetData(unsigned int& v) override { return Give(v); }
-    e_Status GetData(unsigned long& v) override { return Give(v); }
-    e_Status GetData(double& v) override { return Give(v); }
+#define FAKE_GIVE(T) \
+    e_Status GetData(T& v) override { return Give(v); }
+    FAKE_GIVE(bool) FAKE_GIVE(char) FAKE_GIVE(short) FAKE_GIVE(int) FAKE_GIVE(long) FAKE_GIVE(unsigned char)
+    FAKE_GIVE(unsigned short) FAKE_GIVE(unsigned int) FAKE_GIVE(unsigned long) FAKE_GIVE(double)
     e_Status GetData(ByteStore* v) override {
         v->Truncate(0, false);
         if (isNull) return Status_Null;
@@ -127,8 +115,7 @@ struct FakeCol : public OdbcCol {
         v->Append(bytes.data(), static_cast<unsigned int>(bytes.size()));
         return Status_Ok;
     }
-    e_Status GetData(tagTIMESTAMP_STRUCT&) override { return Status_Error; }
-    e_Status GetData(tagTIME_STRUCT&) override { return Status_Error; }
+    FAKE_REJECT(tagTIMESTAMP_STRUCT) FAKE_REJECT(tagTIME_STRUCT)
 };
 
 // A prepared statement with `params` markers and one row of `cols`.

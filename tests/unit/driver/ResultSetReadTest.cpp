@@ -8,8 +8,8 @@
 
 #include "FakeOdbc.h"
 #include "driver/OdbcConnection.h"
-#include "driver/OdbcResultSet.h"
 #include "driver/OdbcStatement.h"
+#include "host/ResultSet.h"
 #include "host/LogServiceImpl.h"
 #include "host/Row.h"
 
@@ -163,34 +163,6 @@ TEST_F(ResultSetRead, FailuresThatCostTheRow) {
     DataValue v;
     EXPECT_EQ(3, rs->getColumn(2, 1, v));
     EXPECT_EQ(std::vector<std::string>{"801013-3_ERROR_GETTING_COLUMN_VALUE|2 "}, log.lines);
-}
-
-TEST_F(ResultSetRead, DescriptionsCountFromZero) {
-    FakeStmt* s = new FakeStmt(0, 2);
-    s->col(0).sqlType = SQL_INTEGER;
-    s->col(1).sqlType = SQL_TYPE_TIME;
-    ResultSet* rs = open(s);
-    std::string name;
-    unsigned int type = 0;
-    ASSERT_EQ(1, rs->getColumnInfo(1, name, type));
-    EXPECT_EQ("c2", name);
-    EXPECT_EQ(29u, type);
-    int n = 0;
-    EXPECT_EQ(1, rs->getNumColumns(n));
-    EXPECT_EQ(2, n);
-    Log log;
-    EXPECT_EQ(3, rs->getColumnType(2, type));
-    EXPECT_EQ(std::vector<std::string>{"801009-3_ERROR_GETTING_RESULT_SET_COLUMN_TYPE|"}, log.lines);
-}
-
-TEST_F(ResultSetRead, SafeTimeAtoi) {
-    OdbcStatement owner(conn, nullptr, "");
-    OdbcResultSet rs(owner);
-    const struct {
-        const char* text;
-        int value;
-    } rows[] = {{"00", 0}, {"0", 0}, {"07", 7}, {"ab", -1}, {"", -1}, {"-5", -5}, {"0x", -1}, {"9z", 9}};
-    for (const auto& r : rows) EXPECT_EQ(r.value, rs.safeTimeAtoi(r.text)) << "'" << r.text << "'";
 }
 
 } // namespace

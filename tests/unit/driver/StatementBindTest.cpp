@@ -187,7 +187,14 @@ TEST_F(StatementBind, UpdateRunsThePreparedSqlAndCutsTheCountTo32Bits) {
     int rows = 0;
     EXPECT_EQ(1, st->executeUpdate("something else entirely", none, rows));
     EXPECT_EQ(2, rows);
-    EXPECT_EQ(1, stmt->executions);
+    // A connection never opened has nothing to make a statement on.
+    Log log;
+    EXPECT_EQ(3, conn.createBatch("INSERT INTO t VALUES (?)"));
+    EXPECT_EQ(std::vector<std::string>{"801004-3_ERROR_CREATING_STATEMENT|INSERT INTO t VALUES (?) "}, log.lines);
+    EXPECT_FALSE(conn.batchOpen);
+    std::vector<int> counts{1};
+    EXPECT_EQ(3, conn.executeBatch(counts));
+    EXPECT_EQ(3, conn.addToBatch(none));
 }
 
 TEST_F(StatementBind, BatchCountsAndClose) {
