@@ -17,6 +17,16 @@ const char* const kErrClose = "801001-4_ERROR_CLOSING_DB_CONNECTION";
 const char* const kErrCommit = "801002-3_ERROR_COMMITTING_TRANSACTION";
 const char* const kErrRollback = "801003-3_ERROR_ROLLING_BACK_TRANSACTION";
 const char* const kErrCreateStatement = "801004-3_ERROR_CREATING_STATEMENT";
+// Only memory can run out below here (strings of the log and error text, the
+// statement and result objects); that fails the call, as the host expects.
+template <typename F>
+int guarded(F&& call) {
+    try {
+        return call();
+    } catch (...) {
+        return kFailed;
+    }
+}
 } // namespace
 
 OdbcConnection::OdbcConnection(const std::string& dsn, const std::string& databaseType, const std::string& user,
@@ -119,7 +129,12 @@ int OdbcConnection::createStatement(const std::string& sql, bool batch) {
     if (stmt->SetSql(sql, batch) == ODBC::Status_Ok) {
         // Callers clear the old statement first; one left behind would only leak.
         closeStatement();
-        statement = new OdbcStatement(*this, stmt, sql);
+        try {
+            statement = new OdbcStatement(*this, stmt, sql);
+        } catch (...) {
+            delete stmt;  // out of memory: the handle goes back at once
+            return kFailed;
+        }
         return kOk;
     }
     std::string text = getOdbcError(stmt);
@@ -145,13 +160,17 @@ int OdbcConnection::replaceStatement(const std::string& sql, bool batch) {
 
 int OdbcConnection::executeQuery(const std::string& sql, std::vector<Parameter>& parameters, int limit,
                                  ResultSet*& resultSet) {
-    if (replaceStatement(sql, false) != kOk) return kFailed;
-    return statement->executeQuery(parameters, limit, resultSet);
+    return guarded([&] {
+        if (replaceStatement(sql, false) != kOk) return kFailed;
+        return statement->executeQuery(parameters, limit, resultSet);
+    });
 }
 
 int OdbcConnection::executeUpdate(const std::string& sql, std::vector<Parameter>& parameters, int& rowCount) {
-    if (replaceStatement(sql, false) != kOk) return kFailed;
-    return statement->executeUpdate(parameters, rowCount);
+    return guarded([&] {
+        if (replaceStatement(sql, false) != kOk) return kFailed;
+        return statement->executeUpdate(parameters, rowCount);
+    });
 }
 
 int OdbcConnection::nextResultSet(bool& more) { return statement ? statement->nextResultSet(more) : kFailed; }
@@ -162,7 +181,7 @@ int OdbcConnection::getResultSet(ResultSet*& resultSet) {
 
 int OdbcConnection::createBatch(const std::string& sql) {
     if (batchOpen) return kFailed;
-    if (replaceStatement(sql, true) != kOk) return kFailed;
+    if (guarded([&] { return replaceStatement(sql, true); }) != kOk) return kFailed;
     batchOpen = true;
     batchParameterCount = -1;
     return kOk;
@@ -175,7 +194,7 @@ int OdbcConnection::addToBatch(std::vector<Parameter>& parameters) {
         batchParameterCount = count;
     else if (batchParameterCount > count)
         return kFailed;  // a longer row than the first passes; only a shorter one is refused
-    return statement->addToBatch(parameters);
+    return guarded([&] { return statement->addToBatch(parameters); });
 }
 
 int OdbcConnection::clearBatch() {
@@ -188,7 +207,7 @@ int OdbcConnection::clearBatch() {
 
 int OdbcConnection::executeBatch(std::vector<int>& counts) {
     if (statement == nullptr) return kFailed;
-    int status = statement->executeBatch(counts);
+    int status = guarded([&] { return statement->executeBatch(counts); });
     batchOpen = false;
     batchParameterCount = -1;
     return status;  // the statement stays alive

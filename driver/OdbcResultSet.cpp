@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 
 #include "datatypes/StringConversion.h"
 #include "driver/OdbcColumn.h"
@@ -113,7 +114,8 @@ int OdbcResultSet::next(bool& hasRow) {
 int OdbcResultSet::getData(const RowDescriptor& descriptor, Row*& row) {
     int n = static_cast<int>(descriptor.types.size());
     if (n < 0) return kFailed;
-    row = new Row();
+    row = new (std::nothrow) Row();
+    if (row == nullptr) return kFailed;
     for (int i = 0; i < n; ++i) {
         DataValue value;  // cleared, and null
         unsigned int type = descriptor.getColumnType(i);
@@ -125,7 +127,16 @@ int OdbcResultSet::getData(const RowDescriptor& descriptor, Row*& row) {
             return status;
         }
         // The row takes over the buffer of a string or binary; the whole word decides.
-        row->addColumn(type, value, type == kBinary || type == kString);
+        bool owned = type == kBinary || type == kString;
+        try {
+            row->addColumn(type, value, owned);
+        } catch (...) {
+            if (owned && !value.isNull) std::free(type == kString ? static_cast<void*>(value.stringValue)
+                                                                  : static_cast<void*>(value.binaryValue.data));
+            delete row;
+            row = nullptr;
+            return kFailed;
+        }
     }
     return kOk;
 }

@@ -399,7 +399,8 @@ int OdbcStatement::executeQuery(std::vector<Parameter>& parameters, int, ResultS
     }
     // An older result set is over a cursor that is gone; it would only leak.
     delete resultSet;
-    resultSet = new OdbcResultSet(*this);
+    resultSet = nullptr;
+    resultSet = new OdbcResultSet(*this);  // may throw; the connection catches it
     out = resultSet;
     return kOk;
 }
@@ -417,6 +418,7 @@ int OdbcStatement::getResultSet(ResultSet*& out) {
     if (resultSet != nullptr) {
         resultSet->close();
         delete resultSet;
+        resultSet = nullptr;
     }
     resultSet = new OdbcResultSet(*this);
     out = resultSet;
