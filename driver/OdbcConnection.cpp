@@ -1,6 +1,7 @@
 #include "driver/OdbcConnection.h"
 
 #include "driver/OdbcError.h"
+#include "driver/OdbcStatement.h"
 #include "host/Driver.h"
 #include "host/LogServiceImpl.h"
 #include "odbc/OdbcDbcImpl.h"
@@ -15,6 +16,17 @@ const char* const kErrOpen = "801000-3_ERROR_OPENING_DB_CONNECTION";
 const char* const kErrClose = "801001-4_ERROR_CLOSING_DB_CONNECTION";
 const char* const kErrCommit = "801002-3_ERROR_COMMITTING_TRANSACTION";
 const char* const kErrRollback = "801003-3_ERROR_ROLLING_BACK_TRANSACTION";
+const char* const kErrCreateStatement = "801004-3_ERROR_CREATING_STATEMENT";
+// Only memory can run out below here (strings of the log and error text, the
+// statement and result objects); that fails the call, as the host expects.
+template <typename F>
+int guarded(F&& call) {
+    try {
+        return call();
+    } catch (...) {
+        return kFailed;
+    }
+}
 } // namespace
 
 OdbcConnection::OdbcConnection(const std::string& dsn, const std::string& databaseType, const std::string& user,
@@ -24,8 +36,11 @@ OdbcConnection::OdbcConnection(const std::string& dsn, const std::string& databa
       metadata(nullptr) {}
 
 OdbcConnection::~OdbcConnection() {
-    // The host ends its statements first; the tree below the environment
-    // (connection handles, statements, scans, cells) goes with it.
+    // The statement first, while the ODBC statement it closes is still in the
+    // tree (close() has already detached it if a disconnect deleted it); then
+    // the environment, which takes the whole tree below it.
+    delete statement;
+    statement = nullptr;
     delete env;
 }
 
@@ -64,6 +79,9 @@ int OdbcConnection::open() {
 
 int OdbcConnection::close() {
     if (dbc == nullptr) return kOk;
+    // The disconnect deletes every ODBC statement of the connection: the
+    // statement object stays for the host, but must not reach its handle again.
+    if (statement != nullptr) statement->detachStmt();
     if (dbc->Disconnect() != ODBC::Status_Ok) report(kErrClose, dbc);
     return kOk;
 }
@@ -98,16 +116,105 @@ void* OdbcConnection::getHandle() {
     return impl ? impl->GetHandle() : nullptr;
 }
 
-// Statements, batches, catalog questions and table creation come with the
-// statement layer; until then they fail without touching the connection.
-int OdbcConnection::executeQuery(const std::string&, std::vector<Parameter>&, int, ResultSet*&) { return kFailed; }
-int OdbcConnection::executeUpdate(const std::string&, std::vector<Parameter>&, int&) { return kFailed; }
-int OdbcConnection::nextResultSet(bool&) { return kFailed; }
-int OdbcConnection::getResultSet(ResultSet*&) { return kFailed; }
-int OdbcConnection::createBatch(const std::string&) { return kFailed; }
-int OdbcConnection::addToBatch(std::vector<Parameter>&) { return kFailed; }
-int OdbcConnection::clearBatch() { return kOk; }
-int OdbcConnection::executeBatch(std::vector<int>&) { return kFailed; }
+// ---- Statements and batches --------------------------------------------------
+
+int OdbcConnection::createStatement(const std::string& sql, bool batch) {
+    ODBC::OdbcStmt* stmt = dbc ? dbc->CreateStmt() : nullptr;
+    if (stmt == nullptr) {
+        // This path leaves lastErrors as it was, unlike all the others.
+        std::string text = dbc ? getOdbcError(dbc) : std::string();
+        LogServiceImpl::log(kErrCreateStatement, sql.c_str(), text.c_str());
+        return kFailed;
+    }
+    if (stmt->SetSql(sql, batch) == ODBC::Status_Ok) {
+        // Callers clear the old statement first; one left behind would only leak.
+        closeStatement();
+        try {
+            statement = new OdbcStatement(*this, stmt, sql);
+        } catch (...) {
+            delete stmt;  // out of memory: the handle goes back at once
+            return kFailed;
+        }
+        return kOk;
+    }
+    std::string text = getOdbcError(stmt);
+    LogServiceImpl::log(kErrCreateStatement, sql.c_str(), text.c_str());
+    delete stmt;
+    lastErrors += "\n";
+    lastErrors += text;
+    return kFailed;
+}
+
+int OdbcConnection::closeStatement() {
+    if (statement == nullptr) return kOk;
+    statement->close();
+    delete statement;
+    statement = nullptr;
+    return kOk;
+}
+
+int OdbcConnection::replaceStatement(const std::string& sql, bool batch) {
+    if (statement != nullptr && closeStatement() != kOk) return kFailed;
+    return createStatement(sql, batch);
+}
+
+int OdbcConnection::executeQuery(const std::string& sql, std::vector<Parameter>& parameters, int limit,
+                                 ResultSet*& resultSet) {
+    return guarded([&] {
+        if (replaceStatement(sql, false) != kOk) return kFailed;
+        return statement->executeQuery(parameters, limit, resultSet);
+    });
+}
+
+int OdbcConnection::executeUpdate(const std::string& sql, std::vector<Parameter>& parameters, int& rowCount) {
+    return guarded([&] {
+        if (replaceStatement(sql, false) != kOk) return kFailed;
+        return statement->executeUpdate(parameters, rowCount);
+    });
+}
+
+int OdbcConnection::nextResultSet(bool& more) { return statement ? statement->nextResultSet(more) : kFailed; }
+
+int OdbcConnection::getResultSet(ResultSet*& resultSet) {
+    return statement ? statement->getResultSet(resultSet) : kFailed;
+}
+
+int OdbcConnection::createBatch(const std::string& sql) {
+    if (batchOpen) return kFailed;
+    if (guarded([&] { return replaceStatement(sql, true); }) != kOk) return kFailed;
+    batchOpen = true;
+    batchParameterCount = -1;
+    return kOk;
+}
+
+int OdbcConnection::addToBatch(std::vector<Parameter>& parameters) {
+    if (!batchOpen || statement == nullptr) return kFailed;
+    int count = static_cast<int>(parameters.size());
+    if (batchParameterCount == -1)
+        batchParameterCount = count;
+    else if (batchParameterCount > count)
+        return kFailed;  // a longer row than the first passes; only a shorter one is refused
+    return guarded([&] { return statement->addToBatch(parameters); });
+}
+
+int OdbcConnection::clearBatch() {
+    if (!batchOpen) return kOk;
+    if (statement != nullptr) statement->clearBatch();
+    batchOpen = false;
+    batchParameterCount = -1;
+    return kOk;
+}
+
+int OdbcConnection::executeBatch(std::vector<int>& counts) {
+    if (statement == nullptr) return kFailed;
+    int status = guarded([&] { return statement->executeBatch(counts); });
+    batchOpen = false;
+    batchParameterCount = -1;
+    return status;  // the statement stays alive
+}
+
+// Catalog questions and table creation come with the metadata layer; until
+// then they fail without touching the connection.
 int OdbcConnection::getSchemaNames(std::vector<std::string>&) { return kFailed; }
 int OdbcConnection::getTableNames(std::vector<std::string>&) { return kFailed; }
 int OdbcConnection::getTableNumColumns(const std::string&, int&) { return kFailed; }

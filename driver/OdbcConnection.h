@@ -62,6 +62,13 @@ public:
     // The SQLHDBC, or null before open().
     void* getHandle() override;
 
+    // Prepares `sql` in a new statement that replaces `statement` (an old one
+    // is closed once the new one is prepared). 3 with a log line when it can't
+    // be made or prepared; before open() there is nothing to make it on.
+    int createStatement(const std::string& sql, bool batch);
+    // Closes and deletes the statement, if any; always 1.
+    int closeStatement();
+
     bool getWriteBigIntAsChar() const { return writeBigIntAsChar; }
     ODBC::OdbcDbc* getDbc() const { return dbc; }
 
@@ -69,6 +76,8 @@ private:
     // Logs `id` with the source's diagnostic and appends it to lastErrors.
     void report(const char* id, ODBC::Odbc* source);
     int endTransaction(bool commitWork);
+    // closeStatement, then createStatement: one statement alive at a time.
+    int replaceStatement(const std::string& sql, bool batch);
 
     std::string dsn;
     std::string databaseType;

@@ -8,11 +8,13 @@
 #include <cstdlib>
 #include <iostream>
 #include <string>
+#include <vector>
 
 #include "host/Connection.h"
 #include "host/DataService.h"
 #include "host/Driver.h"
 #include "host/LogServiceImpl.h"
+#include "tools/orlodbc/SqlRunner.h"
 
 using namespace KORVEL::Orl;
 using namespace KORVEL::Orl::DB;
@@ -29,6 +31,7 @@ struct Options {
     std::string databaseType;
     std::string logFile;
     bool writeBigIntAsChar = false;
+    std::vector<std::string> sql;  // run in order, then committed
 };
 
 // lastErrors holds each failure behind a newline with its NUL; show it as lines.
@@ -42,11 +45,16 @@ std::string printable(const std::string& errors) {
     return out;
 }
 
+// The statement path logs its failures without adding them to the
+// connection's error text; the last log line stands in for it then.
+std::string g_lastLogText;
+
 int fail(Connection* c, const char* what) {
     std::string errors;
     if (c) c->getLastErrors(errors);
     std::cerr << "orlodbc: " << what;
     std::string text = printable(errors);
+    if (text.empty()) text = g_lastLogText;
     if (!text.empty()) std::cerr << ": " << text;
     std::cerr << std::endl;
     return 1;
@@ -64,10 +72,20 @@ int run(const Options& o) {
     if (!o.password.empty()) service.setProperty("Password", o.password);
     if (!o.databaseType.empty()) service.setProperty("DatabaseType", o.databaseType);
     if (o.writeBigIntAsChar) service.setProperty("WriteBigIntAsChar", "true");
-    if (!o.logFile.empty() && !LogServiceImpl::setLogFile(o.logFile)) {
-        std::cerr << "orlodbc: cannot open log file " << o.logFile << std::endl;
-        return 2;
+    FILE* logTarget = stderr;
+    if (!o.logFile.empty()) {
+        logTarget = std::fopen(o.logFile.c_str(), "a");
+        if (logTarget == nullptr) {
+            std::cerr << "orlodbc: cannot open log file " << o.logFile << std::endl;
+            return 2;
+        }
     }
+    // Lines go where they would have gone, and the last one is kept for fail().
+    LogServiceImpl::setSink([logTarget](const std::string& id, const std::string& text) {
+        std::fprintf(logTarget, "%s %s\n", id.c_str(), text.c_str());
+        std::fflush(logTarget);
+        g_lastLogText = text;
+    });
 
     void* lib = dlopen(o.driverPath.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (lib == nullptr) {
@@ -94,12 +112,18 @@ int run(const Options& o) {
         if (c->open() != 1) {
             rc = fail(c, "cannot open connection");
         } else {
-            std::cout << "database: " << c->getDriverProperty(Driver::PROPERTY_KEY_DATABASE_TYPE) << std::endl;
-            if (c->commit() != 1) rc = fail(c, "commit failed");
+            if (o.sql.empty())
+                std::cout << "database: " << c->getDriverProperty(Driver::PROPERTY_KEY_DATABASE_TYPE) << std::endl;
+            if (!orlodbc::runStatements(*c, o.sql, std::cout, std::cerr))
+                rc = fail(c, "statement failed");  // close rolls back what ran before it
+            else if (c->commit() != 1)
+                rc = fail(c, "commit failed");
         }
         driver->releaseConnection(c);
     }
     delete driver;
+    LogServiceImpl::setSink(nullptr);
+    if (logTarget != stderr) std::fclose(logTarget);
     return rc;
 }
 
@@ -120,6 +144,9 @@ int main(int argc, char** argv) {
     app.add_option("-t,--database-type", o.databaseType, "configured database type keyword");
     app.add_flag("--write-bigint-as-char", o.writeBigIntAsChar, "send 64-bit integers as text");
     app.add_option("--log-file", o.logFile, "append the driver's log lines here instead of stderr");
+    app.add_option("-e,--sql", o.sql,
+                   "SQL to run through the classic connection (repeatable); queries print tab-separated "
+                   "rows, updates their row count; all is committed at the end");
     CLI11_PARSE(app, argc, argv);
     return run(o);
 }
