@@ -51,6 +51,8 @@ TEST_F(StatementBind, EachTypeWordReachesTheDriverWithItsShape) {
         {"timestamp -1 ms", 8, i64(-1), false, "ctype=93 sqltype=93 size=23 digits=3", "1969-12-31 23:59:59.999000000"},
         {"timestamp -1000 ms", 8, i64(-1000), false, "ctype=93 sqltype=93 size=23 digits=3", "1969-12-31 23:59:59.000000000"},
         {"timestamp -1500 ms", 8, i64(-1500), false, "ctype=93 sqltype=93 size=23 digits=3", "1969-12-31 23:59:58.500000000"},
+        // The floor second without overflow; the year doesn't fit its 16 bits.
+        {"timestamp at the bottom", 8, i64(INT64_MIN), false, "ctype=93 sqltype=93 size=23 digits=3", "15505-05-16 16:47:04.192000000"},
         {"boolean", 10, DataValue(), false, "ctype=-7 sqltype=-6 size=3 digits=0", "null"},
         {"bigdatetime -1 us", 27, i64(-1), false, "ctype=93 sqltype=93 size=26 digits=6", "1969-12-31 23:59:59.999999000"},
         {"bigdatetime", 27, i64(1700000000123456), false, "ctype=93 sqltype=93 size=26 digits=6", "2023-11-14 22:13:20.123456000"},
