@@ -122,11 +122,7 @@ TEST_F(StatementBind, UpdateRunsThePreparedSqlAndCutsTheCountTo32Bits) {
 }
 
 TEST_F(StatementBind, BatchCountsAndClose) {
-    std::vector<int> counts{9, 9, 9};
-    ASSERT_EQ(1, conn.createBatch("?;error"));
-    EXPECT_EQ(1, conn.executeBatch(counts));  // nothing added: nothing runs, or it would fail
-    EXPECT_TRUE(counts.empty());
-
+    std::vector<int> counts;
     ASSERT_EQ(1, conn.createBatch("?;failrow=1"));
     std::vector<Parameter> row{param(1, i32(1))};
     size_t at = mark();
