@@ -173,10 +173,13 @@ int OdbcConnection::executeUpdate(const std::string& sql, std::vector<Parameter>
     });
 }
 
-int OdbcConnection::nextResultSet(bool& more) { return statement ? statement->nextResultSet(more) : kFailed; }
+int OdbcConnection::nextResultSet(bool& more) {
+    return statement ? guarded([&] { return statement->nextResultSet(more); }) : kFailed;
+}
 
 int OdbcConnection::getResultSet(ResultSet*& resultSet) {
-    return statement ? statement->getResultSet(resultSet) : kFailed;
+    // A new result set object: the one allocation that can fail here.
+    return statement ? guarded([&] { return statement->getResultSet(resultSet); }) : kFailed;
 }
 
 int OdbcConnection::createBatch(const std::string& sql) {

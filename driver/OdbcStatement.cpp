@@ -122,7 +122,9 @@ void splitCount(long count, long perSecond, long nanosPerUnit, long& seconds, lo
         return;
     }
     long part = perSecond + r;  // perSecond - |r|
-    seconds = (count - part) / perSecond;
+    // The floor second, one below the truncated quotient; the same as
+    // (count - part) / perSecond without its overflow at the bottom of the range.
+    seconds = count / perSecond - 1;
     nanos = part * nanosPerUnit;
 }
 

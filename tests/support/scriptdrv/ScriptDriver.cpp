@@ -6,15 +6,17 @@
 // SQL_NO_TOTAL, truncation at any size, SQL_ERROR without a diagnostic record.
 //
 // Statement text: directives separated by ';'
-//   col=NAME:SQLTYPE:SIZE:KIND:ARG[:nototal][:unsigned][:disp=N][:nullrow=K]
+//   col=NAME:SQLTYPE:SIZE:KIND:ARG[:nototal][:unsigned][:disp=N][:nullrow=K][:zeroat=K]
 //       KIND text|bin (ARG = length; bytes 'a'+i%26 or i%251), num (ARG the
-//       number), ts, time, nodata (every read answers SQL_NO_DATA). nullrow=K makes row K NULL (-1: every row).
+//       number), ts, time, nodata (every read answers SQL_NO_DATA). nullrow=K makes row K NULL (-1: every row);
+//       zeroat=K puts a zero byte at offset K of a text or binary value.
 //   rows=N        rows of each result (default 1)
 //   next          starts a further result set (for SQLMoreResults)
 //   error         SQLExecute fails with 42000; longmsg=N makes its message N bytes
 //   error-norecord SQLExecute fails without a diagnostic record
 //   error=STATE[:NATIVE] SQLExecute fails with that SQLSTATE and native code
 //   failrow=K     that row of a parameter array reports SQL_PARAM_ERROR
+//   rowcount=N    what SQLRowCount reports (default the parameter set size)
 // Every '?' is a parameter marker, described as SQL_VARCHAR of size 10.
 // User name at connect: "info" succeeds with info, "norecord" fails without a
 // record, "dbms=NAME" reports NAME as the DBMS name, "lost" makes every
@@ -61,6 +63,7 @@ struct Column {
     bool isUnsigned = false;
     SQLLEN display = -1;  // -1: size
     long nullRow = -2;    // -2: none, -1: all
+    long zeroAt = -1;
 };
 
 struct Result {
@@ -76,6 +79,7 @@ struct Stmt : Handle {
     bool failExecute = false, noRecord = false;
     size_t longMessage = 0;
     long failRow = -1;
+    long long rowCount = -1;  // -1: the parameter set size
     int params = 0;
     std::vector<SQLLEN*> bound;  // the indicator array of each parameter
     std::vector<std::pair<SQLSMALLINT, SQLPOINTER> > data;  // C type and buffer of each parameter
@@ -121,6 +125,7 @@ void Parse(Stmt* st) {
     st->errorNative = 42;
     st->longMessage = 0;
     st->failRow = -1;
+    st->rowCount = -1;
     st->rows = 1;
     st->params = 0;
     for (char c : st->text)
@@ -141,6 +146,7 @@ void Parse(Stmt* st) {
                 if (f[i] == "unsigned") c.isUnsigned = true;
                 if (f[i].compare(0, 5, "disp=") == 0) c.display = std::atol(f[i].c_str() + 5);
                 if (f[i].compare(0, 8, "nullrow=") == 0) c.nullRow = std::atol(f[i].c_str() + 8);
+                if (f[i].compare(0, 7, "zeroat=") == 0) c.zeroAt = std::atol(f[i].c_str() + 7);
             }
             st->results.back().columns.push_back(c);
         } else if (d.compare(0, 5, "rows=") == 0) {
@@ -160,6 +166,8 @@ void Parse(Stmt* st) {
             st->longMessage = std::strtoul(d.c_str() + 8, nullptr, 10);
         } else if (d.compare(0, 8, "failrow=") == 0) {
             st->failRow = std::atol(d.c_str() + 8);
+        } else if (d.compare(0, 9, "rowcount=") == 0) {
+            st->rowCount = std::atoll(d.c_str() + 9);
         }
     }
 }
@@ -186,6 +194,7 @@ std::string ColumnBytes(const Column& c) {
         std::string s(n, '\0');
         for (size_t i = 0; i < n; ++i)
             s[i] = c.kind == "text" ? static_cast<char>('a' + i % 26) : static_cast<char>(i % 251);
+        if (c.zeroAt >= 0 && static_cast<size_t>(c.zeroAt) < n) s[static_cast<size_t>(c.zeroAt)] = '\0';
         return s;
     }
     if (c.kind == "ts") return "2024-02-29 23:59:58.123";
@@ -549,7 +558,8 @@ SQLRETURN SQL_API SQLMoreResults(SQLHSTMT hstmt) {
 }
 
 SQLRETURN SQL_API SQLRowCount(SQLHSTMT hstmt, SQLLEN* count) {
-    *count = static_cast<SQLLEN>(static_cast<Stmt*>(hstmt)->paramsetSize);
+    const Stmt* st = static_cast<Stmt*>(hstmt);
+    *count = st->rowCount >= 0 ? static_cast<SQLLEN>(st->rowCount) : static_cast<SQLLEN>(st->paramsetSize);
     return SQL_SUCCESS;
 }
 

@@ -1,168 +1,113 @@
 // ODBC forms back into host values: the date structures, the positional time
 // parse, string and binary buffers, and which failures cost the row.
-#include <gtest/gtest.h>
-
 #include <sqlext.h>
 
 #include <cstring>
 
-#include "FakeOdbc.h"
-#include "driver/OdbcConnection.h"
-#include "driver/OdbcStatement.h"
+#include "ClassicScript.h"
 #include "host/ResultSet.h"
-#include "host/LogServiceImpl.h"
 #include "host/Row.h"
 
-using namespace KORVEL::Orl::DB;
-using DataTypes::DataValue;
-using fakeodbc::FakeStmt;
-
+namespace classicunit {
 namespace {
 
-struct Log {
-    std::vector<std::string> lines;
-    Log() { LogServiceImpl::setSink([this](const std::string& id, const std::string& t) { lines.push_back(id + "|" + t); }); }
-    ~Log() { LogServiceImpl::setSink(nullptr); }
-};
-
-template <typename T>
-std::string raw(const T& s) {
-    return std::string(reinterpret_cast<const char*>(&s), sizeof s);
-}
-
-// One fetched row over `stmt`'s columns.
-class ResultSetRead : public ::testing::Test {
+class ResultSetRead : public Classic {
 protected:
-    ResultSet* open(FakeStmt* s) {
-        stmt = s;
-        st = std::make_unique<OdbcStatement>(conn, s, "sql");
+    // Runs the script and fetches its first row.
+    ResultSet* open(const std::string& script) {
         std::vector<Parameter> none;
         ResultSet* rs = nullptr;
-        EXPECT_EQ(1, st->executeQuery("ignored", none, 0, rs));
+        EXPECT_EQ(1, conn.executeQuery(script, none, 0, rs)) << script;
         bool more = false;
         EXPECT_EQ(1, rs->next(more));
-        EXPECT_TRUE(more);
+        EXPECT_TRUE(more) << script;
         return rs;
     }
-    // Reads one column of `sqlType` holding `bytes` as `type`.
-    int readOne(short sqlType, const std::string& bytes, unsigned int type, Row*& row) {
-        FakeStmt* s = new FakeStmt(0, 1);
-        s->col(0).sqlType = sqlType;
-        s->col(0).bytes = bytes;
-        return open(s)->getData(RowDescriptor({type}), row);
+    // Reads the one column of `script` as `type`: the status, the value in `v`.
+    int readOne(const std::string& script, unsigned int type, DataValue& v) {
+        Row* row = nullptr;
+        int status = open(script)->getData(RowDescriptor({type}), row);
+        if (row) v = row->getColumnValue(0);
+        delete row;
+        return status;
     }
-
-    OdbcConnection conn{"dsn", "", "user", "", false};
-    std::unique_ptr<OdbcStatement> st;
-    FakeStmt* stmt = nullptr;
 };
 
-TEST_F(ResultSetRead, TimeFromWideTextGoesByPosition) {
+// The scripted ts column holds 2024-02-29 23:59:58.123, the time column 23:59:58.
+TEST_F(ResultSetRead, DateFamiliesAndTimeByTheColumnsSqlType) {
     const struct {
-        const char* text;
-        int64_t seconds;
-        const char* log;
-    } rows[] = {
-        {"12:34:56", 45296, nullptr},
-        {"7:00:00", 0, "801032-3_ERROR_PARSING_COLUMN_VALUE|1"},  // short: kept, unwritten
-        {"ab:00:00", -3600, nullptr},                            // junk field counts -1
-        {"00-00-0x", -1, nullptr},  // separators are not looked at; "0x" is junk, not zero
-        {"23:59:59.999", 86399, nullptr},
-    };
-    for (const auto& r : rows) {
-        Log log;
-        Row* row = nullptr;
-        ASSERT_EQ(1, readOne(SQL_WVARCHAR, r.text, 29, row)) << r.text;
-        ASSERT_NE(nullptr, row);
-        EXPECT_FALSE(row->getColumnValue(0).isNull) << r.text;
-        EXPECT_EQ(r.seconds, row->getColumnValue(0).int64Value) << r.text;
-        EXPECT_EQ(r.log ? std::vector<std::string>{r.log} : std::vector<std::string>{}, log.lines) << r.text;
-        delete row;
-    }
-}
-
-TEST_F(ResultSetRead, DateFamiliesReadTheStructureTheSqlTypeNames) {
-    TIME_STRUCT t{12, 34, 56};
-    TIMESTAMP_STRUCT ts{2023, 11, 14, 22, 13, 20, 123456789};
-    const struct {
-        const char* name;
-        short sqlType;
-        std::string bytes;
+        const char* script;
         unsigned int type;
         int64_t value;
+        const char* log;
     } rows[] = {
-        {"timestamp from a time column", SQL_TYPE_TIME, raw(t), 8, 45296000},
-        {"bigdatetime keeps microseconds", SQL_TYPE_TIMESTAMP, raw(ts), 27, 1700000000123456},
-        {"timestamp keeps milliseconds", SQL_TYPE_TIMESTAMP, raw(ts), 8, 1700000000123},
-        {"date drops the fraction", SQL_TYPE_TIMESTAMP, raw(ts), 4, 1700000000},
-        {"time of a timestamp", SQL_TYPE_TIMESTAMP, raw(ts), 29, 80000},
-        {"time of a time", SQL_TYPE_TIME, raw(t), 29, 45296},
-        {"time of an unknown layout stays", SQL_VARCHAR, "12:00:00", 29, 0},
+        {"col=t:92:8:time", 8, 86398000, nullptr},               // a time is read on 1970-01-01
+        {"col=t:93:23:ts", 27, 1709251198123000, nullptr},       // microseconds kept
+        {"col=t:93:23:ts", 8, 1709251198123, nullptr},           // milliseconds kept
+        {"col=t:93:23:ts", 4, 1709251198, nullptr},              // the fraction dropped
+        {"col=t:93:23:ts", 29, 86398, nullptr},                  // time of a timestamp
+        {"col=t:92:8:time", 29, 86398, nullptr},                 // time of a time
+        {"col=t:12:8:num:12-00-00", 29, 0, nullptr},             // an unknown layout stays
+        // Wide text goes by position: the separators are not looked at.
+        {"col=t:-9:8:num:12-34-56", 29, 45296, nullptr},
+        {"col=t:-9:8:num:7-00-00", 29, 0, "801032-3_ERROR_PARSING_COLUMN_VALUE|1"},  // short: kept, unwritten
+        {"col=t:-9:8:num:ab-00-00", 29, -3600, nullptr},         // a junk field counts -1
+        {"col=t:-9:8:num:00-00-0x", 29, -1, nullptr},            // "0x" is junk, not zero
+        {"col=t:-9:12:num:23-59-59.999", 29, 86399, nullptr},
     };
     for (const auto& r : rows) {
-        Row* row = nullptr;
-        ASSERT_EQ(1, readOne(r.sqlType, r.bytes, r.type, row)) << r.name;
-        EXPECT_FALSE(row->getColumnValue(0).isNull) << r.name;
-        EXPECT_EQ(r.value, row->getColumnValue(0).int64Value) << r.name;
-        delete row;
+        log.clear();
+        DataValue v;
+        ASSERT_EQ(1, readOne(r.script, r.type, v)) << r.script << " as " << r.type;
+        EXPECT_FALSE(v.isNull) << r.script;
+        EXPECT_EQ(r.value, v.int64Value) << r.script << " as " << r.type;
+        EXPECT_EQ(r.log ? std::vector<std::string>{r.log} : std::vector<std::string>{}, log) << r.script;
     }
-    // A driver that hands fewer bytes than the structure has is read as zeros
-    // behind them, never past them: the date text no longer parses, the row stays.
-    Row* row = nullptr;
-    EXPECT_EQ(1, readOne(SQL_TYPE_TIMESTAMP, raw(ts).substr(0, 3), 27, row));
-    delete row;
 }
 
 TEST_F(ResultSetRead, StringsEndAtZeroAndBinariesKeepEveryByte) {
-    FakeStmt* s = new FakeStmt(0, 4);
-    s->col(0).bytes = std::string("ab\0cd", 5);
-    s->col(1).bytes = std::string("ab\0cd", 5);
-    s->col(2).bytes = "";
-    s->col(3).isNull = true;
     Row* row = nullptr;
-    ASSERT_EQ(1, open(s)->getData(RowDescriptor({5, 28, 5, 5}), row));
+    ResultSet* rs = open("col=s:12:5:text:5:zeroat=2;col=b:-3:5:bin:5;col=n:12:5:text:5:nullrow=-1");
+    ASSERT_EQ(1, rs->getData(RowDescriptor({5, 28, 5}), row));
     EXPECT_STREQ("ab", row->getColumnValue(0).stringValue);
     ASSERT_EQ(5u, row->getColumnValue(1).binaryValue.length);
-    EXPECT_EQ(0, std::memcmp("ab\0cd", row->getColumnValue(1).binaryValue.data, 5));
-    EXPECT_FALSE(row->getColumnValue(2).isNull);  // empty text is not NULL
-    EXPECT_STREQ("", row->getColumnValue(2).stringValue);
-    EXPECT_TRUE(row->getColumnValue(3).isNull);
+    EXPECT_EQ(0, std::memcmp("\0\1\2\3\4", row->getColumnValue(1).binaryValue.data, 5));
+    EXPECT_TRUE(row->getColumnValue(2).isNull);
     delete row;
 }
 
 TEST_F(ResultSetRead, FailuresThatCostTheRow) {
     const struct {
         const char* name;
+        const char* column;
         unsigned int type;
-        const char* bytes;
-        fakeodbc::e_Status read;
-        std::vector<std::string> log;
+        std::vector<std::string> log;  // by prefix
     } rows[] = {
-        {"money text", 7, "abc", fakeodbc::Status_Ok,
-         {"801013-3_ERROR_GETTING_COLUMN_VALUE|2", "801014-4_COLUMN_VALUE_ERROR_RESULT_ROW_SKIPPED|"}},
-        {"failed read", 1, "1", fakeodbc::Status_Error,
+        {"failed read", "col=i:-7:1:num:1", 5,
          {"801013-3_ERROR_GETTING_COLUMN_VALUE|2 ", "801014-4_COLUMN_VALUE_ERROR_RESULT_ROW_SKIPPED|"}},
-        {"unknown word", 6, "1", fakeodbc::Status_Ok, {"801014-4_COLUMN_VALUE_ERROR_RESULT_ROW_SKIPPED|"}},
+        {"unknown word", "col=i:4:10:num:1", 6, {"801014-4_COLUMN_VALUE_ERROR_RESULT_ROW_SKIPPED|"}},
     };
     for (const auto& r : rows) {
-        FakeStmt* s = new FakeStmt(0, 2);
-        s->col(0).bytes = "hello";
-        s->col(1).bytes = r.bytes;
-        s->col(1).readStatus = r.read;
-        ResultSet* rs = open(s);
-        Log log;
+        ResultSet* rs = open(std::string("rows=2;col=s:12:5:text:5;") + r.column);
+        log.clear();
         Row* row = reinterpret_cast<Row*>(1);
         EXPECT_EQ(3, rs->getData(RowDescriptor({5, r.type}), row)) << r.name;
         EXPECT_EQ(nullptr, row) << r.name;  // the string already read went with the row
-        EXPECT_EQ(r.log, log.lines) << r.name;
+        ASSERT_EQ(r.log.size(), log.size()) << r.name;
+        for (size_t i = 0; i < log.size(); ++i) EXPECT_EQ(0u, log[i].find(r.log[i])) << r.name << ": " << log[i];
+        // The cursor survives: the next row reads.
+        bool more = false;
+        EXPECT_EQ(1, rs->next(more));
+        EXPECT_EQ(1, rs->getData(RowDescriptor({5}), row)) << r.name;
+        delete row;
     }
     // A column beyond the row: logged with its number.
-    FakeStmt* s = new FakeStmt(0, 1);
-    ResultSet* rs = open(s);
-    Log log;
+    ResultSet* rs = open("col=s:12:5:text:5");
+    log.clear();
     DataValue v;
     EXPECT_EQ(3, rs->getColumn(2, 1, v));
-    EXPECT_EQ(std::vector<std::string>{"801013-3_ERROR_GETTING_COLUMN_VALUE|2 "}, log.lines);
+    EXPECT_EQ(std::vector<std::string>{"801013-3_ERROR_GETTING_COLUMN_VALUE|2 "}, log);
 }
 
 } // namespace
+} // namespace classicunit
