@@ -56,6 +56,7 @@ TEST(NumberMask, DigitsSignsAndSeparators) {
         {12, "9FM99", "12"},
         {12, "9F9", " 12"},
         {-1234.5, "FM9,999.99", "-1,234.50"},
+        {1e19, "99999999999999999999.9", " 10000000000000000000.0"}, // past 64 bits only without a point
     };
     expectMasks(std::begin(cases), std::end(cases));
 }
