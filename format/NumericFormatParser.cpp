@@ -67,13 +67,13 @@ void NumericFormatParser::ParseToString(std::string mask, std::string& out) {
         if (a < 1) a = 1 / a;
         if (std::fabs(m_value) > 1.0 && integerPlaces < static_cast<int64_t>(std::ceil(std::log10(a)))) return broken();
     }
-    // Beyond 64 bits the rounding below has no integer to land on.
-    if (std::fabs(m_value) >= 9.2e18) return broken();
-
     char buffer[1024];
     int64_t expected = 0;
     const int width = static_cast<int>(integerPlaces < 1000 ? integerPlaces : 1000);
     if (fractionPlaces == 0) {
+        // Beyond 64 bits the rounding has no integer to land on; the "%f"
+        // path below prints such numbers as they are.
+        if (std::fabs(m_value) >= 9.2e18) return broken();
         const long rounded = static_cast<long>(m_value >= 0 ? m_value + 0.5 : m_value - 0.5);
         intl_snprintf(buffer, sizeof buffer, "%*ld", width, rounded < 0 ? -rounded : rounded);
         expected = integerPlaces;

@@ -17,41 +17,38 @@
 
 namespace {
 
-[[noreturn]] void fail(const char* what) {
+void check(bool holds, const char* what) {
+    if (holds) return;
     std::fprintf(stderr, "format_fuzz: %s\n", what);
     std::abort();
 }
 
 const char* const kZones[] = {nullptr, "UTC", "America/New_York", "Asia/Kolkata"};
 
+// The first 8 bytes of `rest` as a T (zero if shorter); `rest` keeps the remainder.
 template <class T>
-T take(const std::string& rest, size_t& used) {
+T take(std::string& rest) {
     T v{};
-    if (rest.size() >= sizeof v) {
-        std::memcpy(&v, rest.data(), sizeof v);
-        used = sizeof v;
-    }
+    if (rest.size() < sizeof v) return v;
+    std::memcpy(&v, rest.data(), sizeof v);
+    rest.erase(0, sizeof v);
     return v;
 }
 
-void fuzzPrint(int kind, const char* zone, const std::string& rest) {
-    size_t used = 0;
-    const long value = take<long>(rest, used);
-    const std::string mask = rest.substr(used);
+void fuzzPrint(int kind, const char* zone, std::string rest) {
+    const long value = take<long>(rest);
     std::string out;
-    switch (kind) {
-    case 0: DataTypes::TimestampToString(value, mask.c_str(), zone, out); break;
-    case 1: DataTypes::DateToString(value, mask.c_str(), zone, out); break;
-    default: DataTypes::BigDateTimeToString(value, mask.c_str(), zone, out); break;
-    }
-    // Dates from 1970 on, through a mask whose fields all read back.
+    if (kind == 0) DataTypes::TimestampToString(value, rest.c_str(), zone, out);
+    else if (kind == 1) DataTypes::DateToString(value, rest.c_str(), zone, out);
+    else DataTypes::BigDateTimeToString(value, rest.c_str(), zone, out);
+    // Dates from 1970 to 9999, through a mask whose fields all read back.
     if (kind == 1 && value >= 0 && value < 253402300800L && zone != nullptr && std::strcmp(zone, "UTC") == 0) {
         const char* const full = "YYYY-MM-DD HH24:MI:SS";
         std::string text;
         DataTypes::DateToString(value, full, zone, text);
         long back = 0;
-        if (!DataTypes::DateFromString(text.c_str(), full, back) || back != value)
-            fail("a printed date does not read back");
+        check(DataTypes::DateFromString(text.c_str(), full, back) && back == value,
+              "a printed date does not read back");
     }
 }
 
@@ -62,22 +59,19 @@ void fuzzRead(int kind, const std::string& rest) {
     const long untouched = 0x5eed;
     long r = untouched;
     bool ok = false;
-    switch (kind) {
-    case 0: ok = DataTypes::TimestampFromString(text.c_str(), mask.c_str(), r); break;
-    case 1: ok = DataTypes::DateFromString(text.c_str(), mask.c_str(), r); break;
-    default: ok = DataTypes::BigDateTimeFromString(text.c_str(), mask.c_str(), r); break;
-    }
-    if (!ok && r != untouched) fail("a failed read changed its result");
+    if (kind == 0) ok = DataTypes::TimestampFromString(text.c_str(), mask.c_str(), r);
+    else if (kind == 1) ok = DataTypes::DateFromString(text.c_str(), mask.c_str(), r);
+    else ok = DataTypes::BigDateTimeFromString(text.c_str(), mask.c_str(), r);
+    check(ok || r == untouched, "a failed read changed its result");
 }
 
-void fuzzNumber(const std::string& rest) {
-    size_t used = 0;
-    const double value = take<double>(rest, used);
-    const std::string mask = rest.substr(used);
+void fuzzNumber(std::string rest) {
+    const double value = take<double>(rest);
     std::string out;
-    DataTypes::NumberToString(value, mask.c_str(), out);
-    const size_t n = std::strlen(mask.c_str());
-    if (!out.empty() && out[0] == '#' && out != std::string(n + 1, '#')) fail("a broken mask is not '#' times its length + 1");
+    DataTypes::NumberToString(value, rest.c_str(), out);
+    const size_t n = std::strlen(rest.c_str());
+    check(out.empty() || out[0] != '#' || out == std::string(n + 1, '#'),
+          "a broken mask is not '#' times its length + 1");
 }
 
 } // namespace

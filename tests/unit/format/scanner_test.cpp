@@ -8,6 +8,9 @@
 namespace DataTypes {
 namespace {
 
+#define FIELD(name) void OnField##name() override { add(#name); }
+#define CASED(name) void OnField##name(Case c) override { add(std::string(#name "/") + "MUL"[c]); }
+
 // Writes every event as one token, so a whole scan compares as one string:
 // fields by name (with U/L/M for the Case), literals in quotes.
 class Recorder final : public TimeFormatParser {
@@ -21,141 +24,81 @@ public:
 
     bool IsDone() override { add("done"); return done; }
     void OnChar(char c) override { add(std::string("'") + (c ? std::string(1, c) : std::string("\\0")) + "'"); }
-    void OnFieldAM(Case c) override { add("AM", c); }
-    void OnFieldPM(Case c) override { add("PM", c); }
-    void OnFieldD() override { add("D"); }
-    void OnFieldDD() override { add("DD"); }
-    void OnFieldDDD() override { add("DDD"); }
-    void OnFieldDAY(Case c) override { add("DAY", c); }
-    void OnFieldDY(Case c) override { add("DY", c); }
-    void OnFieldHH() override { add("HH"); }
-    void OnFieldHH12() override { add("HH12"); }
-    void OnFieldHH24() override { add("HH24"); }
-    void OnFieldMI() override { add("MI"); }
-    void OnFieldMIC() override { add("MIC"); }
-    void OnFieldMM() override { add("MM"); }
-    void OnFieldMON(Case c) override { add("MON", c); }
-    void OnFieldMONTH(Case c) override { add("MONTH", c); }
-    void OnFieldMS() override { add("MS"); }
-    void OnFieldRM(Case c) override { add("RM", c); }
-    void OnFieldQ() override { add("Q"); }
-    void OnFieldSS() override { add("SS"); }
-    void OnFieldSE() override { add("SE"); }
-    void OnFieldFF() override { add("FF"); }
     void OnFieldFFn(char d) override { add(std::string("FF") + d); }
-    void OnFieldSSSSS() override { add("SSSSS"); }
-    void OnFieldTZD() override { add("TZD"); }
-    void OnFieldTZH() override { add("TZH"); }
-    void OnFieldTZM() override { add("TZM"); }
-    void OnFieldTZR() override { add("TZR"); }
-    void OnFieldW() override { add("W"); }
-    void OnFieldWW() override { add("WW"); }
-    void OnFieldRR() override { add("RR"); }
-    void OnFieldRRRR() override { add("RRRR"); }
-    void OnFieldY() override { add("Y"); }
-    void OnFieldYY() override { add("YY"); }
-    void OnFieldYYY() override { add("YYY"); }
-    void OnFieldYYYY() override { add("YYYY"); }
-    void OnFieldDAYS() override { add("DAYS"); }
-    void OnFieldHOURS() override { add("HOURS"); }
-    void OnFieldMINUTES() override { add("MINUTES"); }
-    void OnFieldSECONDS() override { add("SECONDS"); }
     void OnEndOfParse() override { add("end"); }
+    CASED(AM) CASED(PM) CASED(DAY) CASED(DY) CASED(MON) CASED(MONTH) CASED(RM)
+    FIELD(D) FIELD(DD) FIELD(DDD) FIELD(HH) FIELD(HH12) FIELD(HH24) FIELD(MI) FIELD(MIC) FIELD(MM) FIELD(MS)
+    FIELD(Q) FIELD(SS) FIELD(SE) FIELD(FF) FIELD(SSSSS) FIELD(TZD) FIELD(TZH) FIELD(TZM) FIELD(TZR) FIELD(W)
+    FIELD(WW) FIELD(RR) FIELD(RRRR) FIELD(Y) FIELD(YY) FIELD(YYY) FIELD(YYYY) FIELD(DAYS) FIELD(HOURS)
+    FIELD(MINUTES) FIELD(SECONDS)
 
 private:
     void add(const std::string& token) {
-        if (!log.empty()) log += ' ';
-        log += token;
+        log += (log.empty() ? "" : " ") + token;
         if (failOn != nullptr && token == failOn) m_ok = false;
     }
-    void add(const std::string& name, Case c) { add(name + "/" + "MUL"[c]); }
 };
 
 struct ScanCase {
     const char* mask;
     const char* events; // without the closing "end done"
-    bool ok;
+    bool ok = true;
 };
 
-void expectScan(const ScanCase& k) {
-    Recorder r;
-    const bool ok = r.Parse(k.mask, strlen(k.mask));
-    std::string expected = k.events;
-    if (k.ok) expected += expected.empty() ? "end done" : " end done";
-    EXPECT_EQ(r.log, expected) << "mask [" << k.mask << "]";
-    EXPECT_EQ(ok, k.ok) << "mask [" << k.mask << "]";
+void expectScans(std::initializer_list<ScanCase> cases) {
+    for (const ScanCase& k : cases) {
+        Recorder r;
+        const bool ok = r.Parse(k.mask, strlen(k.mask));
+        std::string expected = k.events;
+        if (k.ok) expected += expected.empty() ? "end done" : " end done";
+        EXPECT_EQ(r.log, expected) << "mask [" << k.mask << "]";
+        EXPECT_EQ(ok, k.ok) << "mask [" << k.mask << "]";
+    }
 }
 
 TEST(Scanner, FieldsAndLongestMatch) {
-    const ScanCase cases[] = {
-        {"", "", true},
-        {"YYYY-MM-DD", "YYYY '-' MM '-' DD", true},
-        {"yyyy", "YYYY", true},
-        {"Y YY YYY", "Y ' ' YY ' ' YYY", true},
-        {"YYYYY", "YYYY Y", true},
-        {"D DD DDD DDDD", "D ' ' DD ' ' DDD ' ' DDD D", true},
-        {"HH HH12 HH24 hh24", "HH ' ' HH12 ' ' HH24 ' ' HH24", true},
-        {"HH13", "HH '1' '3'", true},
-        {"HH2x", "HH '2' 'x'", true},
-        {"HH1", "HH '1'", true},
-        {"MI MIC MM MS Q W WW", "MI ' ' MIC ' ' MM ' ' MS ' ' Q ' ' W ' ' WW", true},
-        {"SS SSSSS SE", "SS ' ' SSSSS ' ' SE", true},
-        {"FF FF1 FF9 ff3", "FF ' ' FF1 ' ' FF9 ' ' FF3", true},
-        {"FF0", "FF '0'", true},
-        {"RR RRRR", "RR ' ' RRRR", true},
-        {"TZD TZH TZM TZR", "TZD ' ' TZH ' ' TZM ' ' TZR", true},
-        {"DAYS HOURS MINUTES SECONDS", "DAYS ' ' HOURS ' ' MINUTES ' ' SECONDS", true},
-        {"Qx9\xc3\xa9", "Q 'x' '9' '\xc3' '\xa9'", true},
-        {"\"YYYY\"DD", "'Y' 'Y' 'Y' 'Y' DD", true},
-        {"\"\"", "", true},
-    };
-    for (const ScanCase& k : cases) expectScan(k);
+    expectScans({
+        {"", ""},
+        {"yyyy-MM-DD YYYYY Y YY", "YYYY '-' MM '-' DD ' ' YYYY Y ' ' Y ' ' YY"},
+        {"D DD DDD DDDD", "D ' ' DD ' ' DDD ' ' DDD D"},
+        {"HH HH12 hh24 HH13 HH2x HH1", "HH ' ' HH12 ' ' HH24 ' ' HH '1' '3' ' ' HH '2' 'x' ' ' HH '1'"},
+        {"MI MIC MM MS Q W WW", "MI ' ' MIC ' ' MM ' ' MS ' ' Q ' ' W ' ' WW"},
+        {"SS SSSSS SE FF FF1 ff9 FF0", "SS ' ' SSSSS ' ' SE ' ' FF ' ' FF1 ' ' FF9 ' ' FF '0'"},
+        {"RR RRRR TZD TZH TZM TZR", "RR ' ' RRRR ' ' TZD ' ' TZH ' ' TZM ' ' TZR"},
+        {"DAYS HOURS MINUTES SECONDS", "DAYS ' ' HOURS ' ' MINUTES ' ' SECONDS"},
+        {"Qx9\xc3\xa9", "Q 'x' '9' '\xc3' '\xa9'"},
+        {"\"YYYY\"DD\"\"", "'Y' 'Y' 'Y' 'Y' DD"},
+    });
 }
 
+// Unfinished long words fall back to the fields inside them, or to literals;
+// a mask ending in a pending field is resolved by the NUL at the end.
 TEST(Scanner, TieBreaksOfUnfinishedWords) {
-    const ScanCase cases[] = {
-        {"SSS", "SS 'S'", true},          // a field and a literal
-        {"SSSS", "SS SS", true},          // two fields, not SSSSS less one
-        {"SSSSSS", "SSSSS 'S'", true},
-        {"SEC", "SE 'C'", true},
-        {"SECOND", "SE 'C' 'O' 'N' D", true},
-        {"SECONDx", "SE 'C' 'O' 'N' D 'x'", true},
-        {"MINUTE", "MI 'N' 'U' 'T' 'E'", true},
-        {"MINU", "MI 'N' 'U'", true},
-        {"HOUR", "'H' 'O' 'U' 'R'", true},
-        {"HOx", "'H' 'O' 'x'", true},
-        {"MONT", "MON/U 'T'", true},
-        {"MONTHS", "MONTH/U 'S'", true},
-        {"MOx", "'M' 'O' 'x'", true},
-        {"DAx", "D 'A' 'x'", true},
-        {"DA", "D 'A'", true},
-        {"RRR", "RR 'R'", true},
-        {"HH24:MI:SSTZ", "HH24 ':' MI ':' SS 'T'", true}, // the Z of an unknown TZ field is lost
-        {"TZx", "'T' 'x'", true},
-        {"A1P1F1M1R1S1T1", "'A' '1' 'P' '1' 'F' '1' 'M' '1' 'R' '1' 'S' '1' 'T' '1'", true},
-        {"A", "'A'", true},
-        {"YYY", "YYY", true},
-    };
-    for (const ScanCase& k : cases) expectScan(k);
+    expectScans({
+        {"SSS SSSS SSSSSS", "SS 'S' ' ' SS SS ' ' SSSSS 'S'"}, // SSSS is two fields, not SSSSS less one
+        {"SEC SECONDx", "SE 'C' ' ' SE 'C' 'O' 'N' D 'x'"},
+        {"MINU MINUTE", "MI 'N' 'U' ' ' MI 'N' 'U' 'T' 'E'"},
+        {"HOUR HOx MOx DAx", "'H' 'O' 'U' 'R' ' ' 'H' 'O' 'x' ' ' 'M' 'O' 'x' ' ' D 'A' 'x'"},
+        {"MONTHS RRR MONT", "MONTH/U 'S' ' ' RR 'R' ' ' MON/U 'T'"},
+        {"DA", "D 'A'"},
+        {"HH24:MI:SSTZ TZx", "HH24 ':' MI ':' SS 'T' ' ' 'T' 'x'"}, // the Z of an unknown TZ field is lost
+        {"A1P1F1M1R1S1T1", "'A' '1' 'P' '1' 'F' '1' 'M' '1' 'R' '1' 'S' '1' 'T' '1'"},
+        {"YYY", "YYY"},
+    });
 }
 
 TEST(Scanner, CaseOfNamedFields) {
-    const ScanCase cases[] = {
-        {"DY Dy dY dy", "DY/U ' ' DY/M ' ' DY/M ' ' DY/L", true},
-        {"MON mon Mon MONTH month Month", "MON/U ' ' MON/L ' ' MON/M ' ' MONTH/U ' ' MONTH/L ' ' MONTH/M", true},
-        {"monT", "MON/L 'T'", true},
-        {"AM am Pm pM", "AM/U ' ' AM/L ' ' PM/M ' ' PM/M", true},
-        {"DAY day RM rm Rm", "DAY/U ' ' DAY/L ' ' RM/U ' ' RM/L ' ' RM/M", true},
-    };
-    for (const ScanCase& k : cases) expectScan(k);
+    expectScans({
+        {"DY Dy dY dy", "DY/U ' ' DY/M ' ' DY/M ' ' DY/L"},
+        {"MON mon Mon MONTH month Month", "MON/U ' ' MON/L ' ' MON/M ' ' MONTH/U ' ' MONTH/L ' ' MONTH/M"},
+        {"monT AM am Pm pM", "MON/L 'T' ' ' AM/U ' ' AM/L ' ' PM/M ' ' PM/M"},
+        {"DAY day RM rm Rm", "DAY/U ' ' DAY/L ' ' RM/U ' ' RM/L ' ' RM/M"},
+    });
 }
 
-TEST(Scanner, QuotesAndFailures) {
-    const ScanCase cases[] = {
-        {"\"ab", "'a' 'b' '\\0' end", false}, // unclosed run: OnChar gets the NUL, then Parse fails
-        {"\"", "'\\0' end", false},
-    };
-    for (const ScanCase& k : cases) expectScan(k);
+TEST(Scanner, FailuresAndModes) {
+    // An unclosed quoted run hands OnChar its NUL, then Parse fails.
+    expectScans({{"\"ab", "'a' 'b' '\\0' end", false}, {"\"", "'\\0' end", false}});
 
     Recorder failing;
     failing.failOn = "MM";
@@ -166,18 +109,11 @@ TEST(Scanner, QuotesAndFailures) {
     notDone.done = false;
     EXPECT_FALSE(notDone.Parse("", 0));
     EXPECT_EQ(notDone.log, "end done");
-}
 
-TEST(Scanner, ModesToggle) {
-    const struct { const char* mask; int fill; int exact; } cases[] = {
-        {"FM", 1, 0}, {"fmFM", 0, 0}, {"FX", 0, 1}, {"fxFMfx", 1, 0}, {"FXfm YYYY", 1, 1},
-    };
-    for (const auto& k : cases) {
-        Recorder r;
-        EXPECT_TRUE(r.Parse(k.mask, strlen(k.mask))) << k.mask;
-        EXPECT_EQ(r.fill(), k.fill) << k.mask;
-        EXPECT_EQ(r.exact(), k.exact) << k.mask;
-    }
+    Recorder modes;
+    EXPECT_TRUE(modes.Parse("fxFMfxfm FXfm", 13));
+    EXPECT_EQ(modes.fill(), 1);
+    EXPECT_EQ(modes.exact(), 1);
 }
 
 } // namespace
