@@ -38,7 +38,6 @@ TEST_F(Bulk, Refusals) {
     PreparedStatement2Odbc* st = prepare("insert ? ? ?");
     ASSERT_NE(nullptr, st);
     const unsigned int three[] = {INTEGER, INTEGER, INTEGER};
-    RecordType record;
     RowPtr row = makeRow({{INTEGER, int64Value(1)}});
     std::vector<DataValue> two(2, int64Value(1)), one(1);
     std::vector<unsigned int> words(3, LONG);
@@ -48,7 +47,8 @@ TEST_F(Bulk, Refusals) {
     const std::pair<const char*, std::function<bool(DBError*)> > cases[] = {
         {"dbaccess|specified column count does not match query",
          [&](DBError* e) { return !connection->createPreparedStatement("col=a:4:1:num:1;col=b:4:1:num:1", 3, three, false, e); }},
-        {"dbaccess|not implemented", [&](DBError* e) { return !connection->createPreparedStatement("x", &record, false, e); }},
+        {"dbaccess|not implemented",
+         [&](DBError* e) { return !connection->createPreparedStatement("x", static_cast<RecordType*>(nullptr), false, e); }},
         {"dbaccess|statement not found", [&](DBError* e) { return connection->releaseStatement(nullptr, e) == -1; }},
         {"dbaccess|statement not found",
          [&](DBError* e) { return connection->releaseStatement(reinterpret_cast<PreparedStatement*>(&stranger), e) == -1; }},
@@ -61,7 +61,6 @@ TEST_F(Bulk, Refusals) {
         {"dbaccess|no data", [&](DBError* e) { return st->nextRow(e) == nullptr; }},
         {"dbaccess|no data", [&](DBError* e) { return st->nextRow(one, e) == -1; }},
         {"|", [&](DBError* e) { return st->execute(static_cast<const RowInternal2**>(nullptr), e) == -1; }},
-        {"|", [&](DBError* e) { return !connection->createPreparedStatement("x", static_cast<RecordType*>(nullptr), false, e); }},
     };
     for (const auto& c : cases) {
         DBError2Odbc e("svc");
@@ -220,6 +219,13 @@ TEST_F(Bulk, RowLayoutNullsAndColumnsWithoutFetcher) {
     bool more = true;
     ASSERT_EQ(0, st->hasMoreData(more, &error));
     EXPECT_FALSE(more) << "after the last row";
+
+    // A text word with bits above the low byte still gets its block.
+    const unsigned int wideText[] = {STRING | 0x100u};
+    st = query("col=s:12:10:text:3", 1, wideText);
+    row.reset(st->nextRow(&error));
+    ASSERT_NE(nullptr, row) << said(error);
+    EXPECT_STREQ("abc", reinterpret_cast<const char*>(columnOf(row.get(), 0)));
 
     // No columns: the bare header. Result sets: true once, then false.
     st = prepare("delete");
