@@ -6,7 +6,7 @@
 // SQL_NO_TOTAL, truncation at any size, SQL_ERROR without a diagnostic record.
 //
 // Statement text: directives separated by ';'
-//   col=NAME:SQLTYPE:SIZE:KIND:ARG[:nototal][:unsigned][:disp=N][:nullrow=K]
+//   col=NAME:SQLTYPE:SIZE:KIND:ARG[:nototal][:unsigned][:disp=N][:nullrow=K][:digits=N]
 //       KIND text|bin (ARG = length; bytes 'a'+i%26 or i%251), num (ARG the
 //       number), ts, time, nodata (every read answers SQL_NO_DATA). nullrow=K makes row K NULL (-1: every row).
 //   rows=N        rows of each result (default 1)
@@ -61,6 +61,7 @@ struct Column {
     bool isUnsigned = false;
     SQLLEN display = -1;  // -1: size
     long nullRow = -2;    // -2: none, -1: all
+    SQLSMALLINT digits = 0;
 };
 
 struct Result {
@@ -141,6 +142,7 @@ void Parse(Stmt* st) {
                 if (f[i] == "unsigned") c.isUnsigned = true;
                 if (f[i].compare(0, 5, "disp=") == 0) c.display = std::atol(f[i].c_str() + 5);
                 if (f[i].compare(0, 8, "nullrow=") == 0) c.nullRow = std::atol(f[i].c_str() + 8);
+                if (f[i].compare(0, 7, "digits=") == 0) c.digits = static_cast<SQLSMALLINT>(std::atoi(f[i].c_str() + 7));
             }
             st->results.back().columns.push_back(c);
         } else if (d.compare(0, 5, "rows=") == 0) {
@@ -441,7 +443,7 @@ SQLRETURN SQL_API SQLDescribeCol(SQLHSTMT hstmt, SQLUSMALLINT number, SQLCHAR* n
     PutText(c.name, name, length, nameLength);
     if (type) *type = c.sqlType;
     if (size) *size = c.size;
-    if (digits) *digits = 0;
+    if (digits) *digits = c.digits;
     if (nullable) *nullable = SQL_NULLABLE;
     return SQL_SUCCESS;
 }

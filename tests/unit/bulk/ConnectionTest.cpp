@@ -46,13 +46,10 @@ TEST_F(Bulk, ConnectWithInformationFails) {
 
 TEST_F(Bulk, WorkNeedsAConnection) {
     open("orl", false);
-    RecordType record;
     const std::pair<const char*, std::function<bool(DBError*)> > cases[] = {
         {"commit", [&](DBError* e) { return connection->commit(e) == -1; }},
         {"rollback", [&](DBError* e) { return connection->rollback(e) == -1; }},
         {"prepare", [&](DBError* e) { return connection->createPreparedStatement("x", e) == nullptr; }},
-        {"prepare typed",
-         [&](DBError* e) { return connection->createPreparedStatement("x", 1, nullptr, false, e) == nullptr; }},
     };
     for (const auto& c : cases) {
         DBError2Odbc e("svc");
