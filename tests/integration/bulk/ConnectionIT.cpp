@@ -45,9 +45,7 @@ TEST_P(BulkPerDsn, ConnectCommitRollbackDisconnect) {
     // A LONG goes as a 64-bit integer whatever WriteBigIntAsChar says.
     PreparedStatement* insert = c->createPreparedStatement("INSERT INTO bulk_tx VALUES (?)", error);
     ASSERT_NE(nullptr, insert) << said(error);
-    std::vector<DataValue> values(1);
-    values[0].int64Value = 9007199254740993;
-    values[0].isNull = false;
+    std::vector<DataValue> values(1, int64Value(9007199254740993));
     std::vector<unsigned int> words = {LONG};
     ASSERT_EQ(0, insert->execute(values, words, error)) << said(error);
     ASSERT_EQ(0, c->rollback(error)) << said(error);
@@ -107,12 +105,7 @@ TEST_P(BulkPerDsn, SqlTypesBecomeTypeWords) {
     const orltest::TestDsn& d = GetParam();
     ORL_REQUIRE_DSN(d);
     const std::string label = d.label;
-    struct Column {
-        const char* sqlite;
-        const char* pg;
-        const char* maria;
-        unsigned int sqliteWord, pgWord, mariaWord;
-    };
+    struct Column { const char *sqlite, *pg, *maria; unsigned int sqliteWord, pgWord, mariaWord; };
     const unsigned int dec10_2 = createFixedDecimal(10, 2);
     const Column columns[] = {
         {"INTEGER", "INTEGER", "INTEGER", INTEGER, INTEGER, INTEGER},

@@ -40,16 +40,8 @@ std::vector<std::vector<DataValue> > samples() {
         return b;
     }();
     static const std::string shortBytes("\0\1\2\xff", 4);
-    struct Plain {
-        int32_t i;
-        int64_t l;
-        double f;
-        const std::string* s;
-        const std::string* b;
-        const char* d;
-        int64_t ts, dt, tm;  // microseconds, seconds at midnight, seconds of the day
-        bool bo;
-    };
+    // ts in microseconds, dt in seconds at midnight, tm in seconds of the day.
+    struct Plain { int32_t i; int64_t l; double f; const std::string *s, *b; const char* d; int64_t ts, dt, tm; bool bo; };
     static const std::string hello = "hello", empty;
     const Plain plain[] = {
         {42, -9000000000LL, 2.5, &hello, &shortBytes, "123.45", 1700000000123000LL, 1699920000LL, 3661, true},

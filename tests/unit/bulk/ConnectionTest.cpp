@@ -6,12 +6,8 @@ namespace bulktest {
 namespace {
 
 TEST_F(Bulk, ConnectSetsUpTheHandleAndPassesThePasswordPropertyOrNothing) {
-    struct Case {
-        const char* key;  // null: no property
-        const char* value;
-        bool clear;
-        const char* password;
-    };
+    // Property set (null key: none), cleared after or not, password sent.
+    struct Case { const char *key, *value; bool clear; const char* password; };
     const Case cases[] = {
         {nullptr, nullptr, false, ""},
         {"Password", "s3cret", false, "s3cret"},

@@ -23,12 +23,7 @@ TEST(ErrorRecord, CodesWithoutDiagnosticsLeaveNativeAndFlagAlone) {
 }
 
 TEST_F(Bulk, ExecuteFailureClassifiesLostConnections) {
-    struct Case {
-        const char* script;
-        const char* text;
-        int native;
-        bool lost;
-    };
+    struct Case { const char *script, *text; int native; bool lost; };
     const Case cases[] = {
         {"error=08S01:0", "[-1][08S01]scripted failure", 0, true},
         {"error=08003:1", "[-1][08003]scripted failure", 1, true},

@@ -45,7 +45,8 @@ TEST_F(Bulk, Refusals) {
     RowPtr row = makeRow({{INTEGER, int64Value(1)}});
     std::vector<DataValue> two(2, int64Value(1)), one(1);
     std::vector<unsigned int> words(3, LONG);
-    std::vector<int> short2 = {0, 0};
+    std::vector<int> short2 = {0, 0}, zeros = {0, 0, 0};
+    const unsigned int int16s[] = {INT16, INT16, INT16};
     int count = 0, stranger = 0;
     unsigned int word = 0;
     const std::pair<const char*, std::function<bool(DBError*)> > cases[] = {
@@ -57,6 +58,10 @@ TEST_F(Bulk, Refusals) {
         {"dbaccess|statement not found",
          [&](DBError* e) { return connection->releaseStatement(reinterpret_cast<PreparedStatement*>(&stranger), e) == -1; }},
         {"dbaccess|invalid column", [&](DBError* e) { return st->getEffectiveDataType(-1, word, e) == -1; }},
+        // INT16 has no C type: the driver manager refuses the bind, which
+        // drops the bindings (so the next row must say so).
+        {"odbc|[-1][HY003][unixODBC][Driver Manager]Program type out of range",
+         [&](DBError* e) { return st->setBindings(zeros, int16s, e) == 0 && st->execute(row.get(), e) == -1; }},
         {"dbaccess|No param binding in effect", [&](DBError* e) { return st->execute(row.get(), e) == -1; }},
         {"dbaccess|unbound parameter(s)", [&](DBError* e) { return st->execute(e) == -1; }},
         {"dbaccess|param count mismatch", [&](DBError* e) { return st->execute(two, words, e) == -1; }},
@@ -84,13 +89,9 @@ TEST_F(Bulk, RowParametersBindPerTypeEachWithItsOwnStorage) {
     unsigned char bytes[] = {'x', 'y'};
     bin.binaryValue = {bytes, 2};
     text.isNull = bin.isNull = false;
-    struct Case {
-        unsigned int word;
-        DataValue value;
-        const char* bind;  // the tail of the scripted driver's bindparam line
-        const char* seen;  // what it read at SQLExecute ("" for nothing)
-        const char* ind;
-    };
+    // bind: the tail of the scripted driver's bindparam line; seen: what it
+    // read at SQLExecute ("" for nothing); ind: the length or indicator.
+    struct Case { unsigned int word; DataValue value; const char *bind, *seen, *ind; };
     const Case cases[] = {
         {TIMESTAMP, int64Value(1500), "ctype=93 sqltype=12 size=10 digits=0 buflen=16", "1970-01-01 00:00:01.500000000", "16"},
         {TIMESTAMP, int64Value(-1), "ctype=93 sqltype=12 size=10 digits=0 buflen=16", "1969-12-31 23:59:59.999000000", "16"},
@@ -125,18 +126,6 @@ TEST_F(Bulk, RowParametersBindPerTypeEachWithItsOwnStorage) {
         if (*c.seen) seen = {std::string("value param=1 ") + c.seen, std::string("value param=2 ") + c.seen};
         EXPECT_EQ(seen, since(m, "value")) << c.bind;
     }
-    // An unmapped type fails in the driver manager and closes the bindings.
-    DataValue small;
-    small.int16Value = 3;
-    small.isNull = false;
-    RowPtr row = makeRow({{INT16, small}, {INT16, small}});
-    std::vector<int> columns = {0, 1};
-    unsigned int types[] = {INT16, INT16};
-    ASSERT_EQ(0, st->setBindings(columns, types, &error));
-    EXPECT_EQ(-1, st->execute(row.get(), &error));
-    EXPECT_EQ(0u, said(error).find("odbc|[-1][HY003]")) << said(error);
-    EXPECT_EQ(-1, st->execute(row.get(), &error));
-    EXPECT_EQ("dbaccess|No param binding in effect", said(error));
 }
 
 TEST_F(Bulk, ValueExecuteKeepsBinariesForTheDriverAndClosesTheLastCursor) {
@@ -159,11 +148,8 @@ TEST_F(Bulk, ValueExecuteKeepsBinariesForTheDriverAndClosesTheLastCursor) {
 }
 
 TEST_F(Bulk, LongValuesCostOneReadOrTwo) {
-    struct Case {
-        const char* column;
-        std::vector<long> buffers;
-        long packed;  // bytes in the row; -1: the row fails
-    };
+    // The buffer lengths of the SQLGetData calls; bytes in the row, -1: the row fails.
+    struct Case { const char* column; std::vector<long> buffers; long packed; };
     const Case cases[] = {
         {"col=t:12:500:text:127", {128}, 128},
         {"col=t:12:500:text:128", {128}, -1},
@@ -228,12 +214,10 @@ TEST_F(Bulk, RowLayoutNullsAndColumnsWithoutFetcher) {
     // No columns: the bare header. Result sets: true once, then false.
     st = prepare("delete");
     ASSERT_EQ(0, st->execute(&error));
-    std::vector<bool> entered;
-    for (int i = 0; i < 2; ++i) {
-        EXPECT_EQ(0, st->nextResultSet(more, &error));
-        entered.push_back(more);
-    }
-    EXPECT_EQ((std::vector<bool>{true, false}), entered);
+    bool first = false, second = true;
+    EXPECT_EQ(0, st->nextResultSet(first, &error));
+    EXPECT_EQ(0, st->nextResultSet(second, &error));
+    EXPECT_TRUE(first && !second);
     row.reset(st->nextRow(&error));
     ASSERT_NE(nullptr, row);
     EXPECT_EQ(56u, rowSize(row.get()));
