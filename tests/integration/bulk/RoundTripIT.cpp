@@ -29,16 +29,9 @@ const char* ddlFor(const std::string& label) {
 // The rows written: texts and bytes live in static storage. Row 1 is all NULL
 // but its id; row 2 is long, pre-1970 and negative.
 std::vector<std::vector<DataValue> > samples() {
-    static const std::string longText = [] {
-        std::string t;
-        for (int k = 0; k < 1500; ++k) t += static_cast<char>('A' + k % 26);
-        return t;
-    }();
-    static const std::string bytes = [] {
-        std::string b;
-        for (int k = 0; k < 300; ++k) b += static_cast<char>(k % 256);
-        return b;
-    }();
+    static std::string longText(1500, ' '), bytes(300, '\0');
+    for (size_t k = 0; k < longText.size(); ++k) longText[k] = static_cast<char>('A' + k % 26);
+    for (size_t k = 0; k < bytes.size(); ++k) bytes[k] = static_cast<char>(k % 256);
     static const std::string shortBytes("\0\1\2\xff", 4);
     // ts in microseconds, dt in seconds at midnight, tm in seconds of the day.
     struct Plain { int32_t i; int64_t l; double f; const std::string *s, *b; const char* d; int64_t ts, dt, tm; bool bo; };
