@@ -24,6 +24,7 @@
 #include <sql.h>
 #include <sqlext.h>
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -49,6 +50,7 @@ struct Dbc : Handle {
     std::string dbms = "Scripted DB";
     std::string user;
     bool openTransaction = false;
+    std::vector<Handle*> statements;  // live ones; a disconnect frees them, as a driver must
 };
 
 struct Column {
@@ -69,6 +71,7 @@ struct Result {
 };
 
 struct Stmt : Handle {
+    Dbc* owner = nullptr;
     std::string text;
     std::vector<Result> results;
     size_t current = 0;
@@ -228,20 +231,27 @@ SQLRETURN PutFixed(T value, SQLPOINTER target, SQLLEN* ind) {
 
 extern "C" {
 
-SQLRETURN SQL_API SQLAllocHandle(SQLSMALLINT type, SQLHANDLE, SQLHANDLE* output) {
+SQLRETURN SQL_API SQLAllocHandle(SQLSMALLINT type, SQLHANDLE parent, SQLHANDLE* output) {
     if (type == SQL_HANDLE_ENV) {
         *output = static_cast<Handle*>(new Handle);
     } else if (type == SQL_HANDLE_DBC) {
         *output = static_cast<Handle*>(new Dbc);
     } else if (type == SQL_HANDLE_STMT) {
-        *output = static_cast<Handle*>(new Stmt);
+        Stmt* st = new Stmt;
+        st->owner = static_cast<Dbc*>(static_cast<Handle*>(parent));
+        st->owner->statements.push_back(st);
+        *output = static_cast<Handle*>(st);
     } else {
         return SQL_ERROR;
     }
     return SQL_SUCCESS;
 }
 
-SQLRETURN SQL_API SQLFreeHandle(SQLSMALLINT, SQLHANDLE handle) {
+SQLRETURN SQL_API SQLFreeHandle(SQLSMALLINT type, SQLHANDLE handle) {
+    if (type == SQL_HANDLE_STMT) {
+        std::vector<Handle*>& live = static_cast<Stmt*>(static_cast<Handle*>(handle))->owner->statements;
+        live.erase(std::remove(live.begin(), live.end(), static_cast<Handle*>(handle)), live.end());
+    }
     delete static_cast<Handle*>(handle);
     return SQL_SUCCESS;
 }
@@ -275,6 +285,8 @@ SQLRETURN SQL_API SQLDisconnect(SQLHDBC hdbc) {
     d->diags.clear();
     Record("disconnect");
     if (d->user == "stuck" && d->openTransaction) return Fail(d, "25000", "transaction still open");
+    for (Handle* st : d->statements) delete st;
+    d->statements.clear();
     return SQL_SUCCESS;
 }
 
