@@ -22,6 +22,11 @@ constexpr SQLLEN kBinaryFirstRead = 60;  // behind the 4-byte length of the pack
 
 bool isBlockType(unsigned int word) { return word == STRING || word == BINARY; }
 
+// The text and binary fetchers always hand back a new block, whatever bits
+// stand above the low byte; a packed row must take it in the column's slot,
+// which has no buffer of its own.
+bool getsBlock(unsigned int word) { return isBlockType(typeOf(word)); }
+
 // Seconds of the date and time fields, read as UTC. The rest of the tm is
 // cleared: years before 1970 go through mktime, which reads all of it.
 long secondsOf(int year, int month, int day, int hour, int minute, int second) {
@@ -118,7 +123,7 @@ RowInternal2* PreparedStatement2Odbc::nextRow(DBError* error) {
             continue;
         }
         unsigned char decimal[24];
-        void* target = isBlockType(word)                 ? static_cast<void*>(&valueBuffers[j])
+        void* target = getsBlock(word)                 ? static_cast<void*>(&valueBuffers[j])
                        : typeOf(word) == FIXEDDECIMAL ? static_cast<void*>(decimal)
                                                          : valueBuffers[j];
         long& length = lengths[j];
@@ -126,7 +131,7 @@ RowInternal2* PreparedStatement2Odbc::nextRow(DBError* error) {
         if ((this->*fetchers[j])(j, target, length, error) != 0) {
             // Blocks of the earlier columns go; the failing one freed its own.
             for (size_t k = 0; k < j; ++k)
-                if (isBlockType(columnTypes[k]) && lengths[k] != 0) freeBlock(k);
+                if (getsBlock(columnTypes[k]) && lengths[k] != 0) freeBlock(k);
             return nullptr;
         }
         if (length == SQL_NULL_DATA) {
@@ -141,7 +146,7 @@ RowInternal2* PreparedStatement2Odbc::nextRow(DBError* error) {
     offsets[n] = static_cast<int>(running);
     RowInternal2* row = packValues(valueBuffers, static_cast<unsigned long>(running), error);
     for (size_t j = 0; j < n; ++j)
-        if (isBlockType(columnTypes[j])) freeBlock(j);
+        if (getsBlock(columnTypes[j])) freeBlock(j);
     return row;
 }
 

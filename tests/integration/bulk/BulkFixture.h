@@ -27,17 +27,47 @@ inline std::string said(const DBError* e) { return std::string(e->getErrorSource
 
 class BulkTest : public ::testing::Test {
 protected:
-    void SetUp() override;
-    void TearDown() override;
+    void SetUp() override {
+        ASSERT_NE(nullptr, driver()) << loader.error();
+        ASSERT_NE(nullptr, error = driver()->createError("bulk-svc"));
+    }
+    void TearDown() override {
+        if (!driver()) return;
+        for (Connection2* c : connections) {
+            c->disconnect(true, error);
+            EXPECT_EQ(0, driver()->releaseConnection2(c, error));
+        }
+        EXPECT_EQ(0, driver()->releaseError(error));
+    }
 
     Driver* driver() const { return loader.driver(); }
     // A bulk connection from a service definition with these properties;
     // released at the end of the test.
-    Connection2* make(const std::vector<std::pair<std::string, std::string> >& properties);
+    Connection2* make(const std::vector<std::pair<std::string, std::string> >& properties) {
+        DataService service("bulk-svc");
+        for (const auto& p : properties) service.setProperty(p.first, p.second);
+        Connection2* c = driver()->createConnection2(service, error);
+        if (c) connections.push_back(c);
+        return c;
+    }
     // A connected one for the test DSN; null (and a failure) when it won't connect.
-    Connection2* open(const orltest::TestDsn& d);
+    Connection2* open(const orltest::TestDsn& d) {
+        Connection2* c = make({{"DSN", d.dsn}, {"User", d.user}, {"Password", d.password}});
+        EXPECT_NE(nullptr, c) << said(error);
+        if (c && c->connect(error) != 0) {
+            ADD_FAILURE() << d.dsn << ": " << said(error);
+            return nullptr;
+        }
+        return c;
+    }
     // Runs SQL without parameters or result; false with the record's text in `why`.
-    bool run(Connection2* c, const std::string& sql, std::string* why = nullptr);
+    bool run(Connection2* c, const std::string& sql, std::string* why = nullptr) {
+        PreparedStatement* st = c->createPreparedStatement(sql.c_str(), error);
+        bool ok = st != nullptr && st->execute(error) == 0;
+        if (!ok && why) *why = said(error);
+        if (st) c->releaseStatement(st, error);
+        return ok;
+    }
 
     orltest::DriverLoader loader;
     DBError* error = nullptr;

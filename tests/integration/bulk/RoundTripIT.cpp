@@ -29,34 +29,18 @@ const char* ddlFor(const std::string& label) {
 // The rows written: texts and bytes live in static storage. Row 1 is all NULL
 // but its id; row 2 is long, pre-1970 and negative.
 std::vector<std::vector<DataValue> > samples() {
-    static const std::string longText = [] {
-        std::string t;
-        for (int k = 0; k < 1500; ++k) t += static_cast<char>('A' + k % 26);
-        return t;
-    }();
-    static const std::string bytes = [] {
-        std::string b;
-        for (int k = 0; k < 300; ++k) b += static_cast<char>(k % 256);
-        return b;
-    }();
+    static std::string longText(1500, ' '), bytes(300, '\0');
+    for (size_t k = 0; k < longText.size(); ++k) longText[k] = static_cast<char>('A' + k % 26);
+    for (size_t k = 0; k < bytes.size(); ++k) bytes[k] = static_cast<char>(k % 256);
     static const std::string shortBytes("\0\1\2\xff", 4);
-    struct Plain {
-        int32_t i;
-        int64_t l;
-        double f;
-        const std::string* s;
-        const std::string* b;
-        const char* d;
-        int64_t ts, dt, tm;  // microseconds, seconds at midnight, seconds of the day
-        bool bo;
-    };
+    // ts in microseconds, dt in seconds at midnight, tm in seconds of the day.
+    struct Plain { int32_t i; int64_t l; double f; const std::string *s, *b; const char* d; int64_t ts, dt, tm; bool bo; };
     static const std::string hello = "hello", empty;
     const Plain plain[] = {
         {42, -9000000000LL, 2.5, &hello, &shortBytes, "123.45", 1700000000123000LL, 1699920000LL, 3661, true},
-        {0, 0, 0, &empty, &empty, "0", 0, 0, 0, false},
+        {0, 0, 0, &empty, &empty, "0", 0, 0, 86399, false},
         // The fraction counts forward from the earlier second.
         {-2147483647, 9007199254740993LL, -1e10, &longText, &bytes, "-0.05", -315619199750000LL, -86400000LL, 0, false},
-        {0, 0, 0.0, &empty, &empty, "0.00", 0, 0, 86399, true},
     };
     std::vector<std::vector<DataValue> > rows;
     for (const Plain& p : plain) {
@@ -80,14 +64,6 @@ std::vector<std::vector<DataValue> > samples() {
     return rows;
 }
 
-// Column j of a read row against what was written.
-void expectColumn(std::vector<DataValue>& want, size_t j, DataValue got, const std::string& where) {
-    EXPECT_EQ(want[j].isNull, got.isNull) << where << " column " << j;
-    if (!want[j].isNull && !got.isNull) {
-        EXPECT_TRUE(equalValues(want[j], got, kWords[j])) << where << " column " << j;
-    }
-}
-
 class BulkRoundTrip : public BulkPerDsn {};
 
 TEST_P(BulkRoundTrip, EveryTypeBothWaysInAndOut) {
@@ -103,9 +79,6 @@ TEST_P(BulkRoundTrip, EveryTypeBothWaysInAndOut) {
     PreparedStatement* insert =
         c->createPreparedStatement("INSERT INTO bulk_rt VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)", error);
     ASSERT_NE(nullptr, insert) << said(error);
-    int parameters = 0;
-    EXPECT_EQ(0, insert->getNumberParameters(parameters, error));
-    ASSERT_EQ(static_cast<int>(kColumns), parameters);
 
     std::vector<std::vector<DataValue> > data = samples();
     // Packed rows carry the columns in reverse order; the bindings turn them back.
@@ -163,7 +136,13 @@ TEST_P(BulkRoundTrip, EveryTypeBothWaysInAndOut) {
                 ASSERT_EQ(0, select->nextRow(got, error)) << said(error);
             }
             const std::string where = (pass ? "value row " : "packed row ") + std::to_string(got[0].int32Value);
-            for (size_t j = 1; j < kColumns; ++j) expectColumn(data[got[0].int32Value % 100], j, got[j], where);
+            std::vector<DataValue>& want = data[got[0].int32Value % 100];
+            for (size_t j = 1; j < kColumns; ++j) {
+                EXPECT_EQ(want[j].isNull, got[j].isNull) << where << " column " << j;
+                if (!want[j].isNull && !got[j].isNull) {
+                    EXPECT_TRUE(equalValues(want[j], got[j], kWords[j])) << where << " column " << j;
+                }
+            }
             if (pass == 1 && !got[4].isNull) std::free(got[4].stringValue);
             if (pass == 1 && !got[5].isNull) std::free(got[5].binaryValue.data);
         }

@@ -6,7 +6,7 @@
 // SQL_NO_TOTAL, truncation at any size, SQL_ERROR without a diagnostic record.
 //
 // Statement text: directives separated by ';'
-//   col=NAME:SQLTYPE:SIZE:KIND:ARG[:nototal][:unsigned][:disp=N][:nullrow=K][:zeroat=K]
+//   col=NAME:SQLTYPE:SIZE:KIND:ARG[:nototal][:unsigned][:disp=N][:nullrow=K][:zeroat=K][:digits=N]
 //       KIND text|bin (ARG = length; bytes 'a'+i%26 or i%251), num (ARG the
 //       number), ts, time, nodata (every read answers SQL_NO_DATA). nullrow=K makes row K NULL (-1: every row);
 //       zeroat=K puts a zero byte at offset K of a text or binary value.
@@ -26,6 +26,7 @@
 #include <sql.h>
 #include <sqlext.h>
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -51,6 +52,7 @@ struct Dbc : Handle {
     std::string dbms = "Scripted DB";
     std::string user;
     bool openTransaction = false;
+    std::vector<Handle*> statements;  // live ones; a disconnect frees them, as a driver must
 };
 
 struct Column {
@@ -64,6 +66,7 @@ struct Column {
     SQLLEN display = -1;  // -1: size
     long nullRow = -2;    // -2: none, -1: all
     long zeroAt = -1;
+    SQLSMALLINT digits = 0;
 };
 
 struct Result {
@@ -71,6 +74,7 @@ struct Result {
 };
 
 struct Stmt : Handle {
+    Dbc* owner = nullptr;
     std::string text;
     std::vector<Result> results;
     size_t current = 0;
@@ -147,6 +151,7 @@ void Parse(Stmt* st) {
                 if (f[i].compare(0, 5, "disp=") == 0) c.display = std::atol(f[i].c_str() + 5);
                 if (f[i].compare(0, 8, "nullrow=") == 0) c.nullRow = std::atol(f[i].c_str() + 8);
                 if (f[i].compare(0, 7, "zeroat=") == 0) c.zeroAt = std::atol(f[i].c_str() + 7);
+                if (f[i].compare(0, 7, "digits=") == 0) c.digits = static_cast<SQLSMALLINT>(std::atoi(f[i].c_str() + 7));
             }
             st->results.back().columns.push_back(c);
         } else if (d.compare(0, 5, "rows=") == 0) {
@@ -235,20 +240,27 @@ SQLRETURN PutFixed(T value, SQLPOINTER target, SQLLEN* ind) {
 
 extern "C" {
 
-SQLRETURN SQL_API SQLAllocHandle(SQLSMALLINT type, SQLHANDLE, SQLHANDLE* output) {
+SQLRETURN SQL_API SQLAllocHandle(SQLSMALLINT type, SQLHANDLE parent, SQLHANDLE* output) {
     if (type == SQL_HANDLE_ENV) {
         *output = static_cast<Handle*>(new Handle);
     } else if (type == SQL_HANDLE_DBC) {
         *output = static_cast<Handle*>(new Dbc);
     } else if (type == SQL_HANDLE_STMT) {
-        *output = static_cast<Handle*>(new Stmt);
+        Stmt* st = new Stmt;
+        st->owner = static_cast<Dbc*>(static_cast<Handle*>(parent));
+        st->owner->statements.push_back(st);
+        *output = static_cast<Handle*>(st);
     } else {
         return SQL_ERROR;
     }
     return SQL_SUCCESS;
 }
 
-SQLRETURN SQL_API SQLFreeHandle(SQLSMALLINT, SQLHANDLE handle) {
+SQLRETURN SQL_API SQLFreeHandle(SQLSMALLINT type, SQLHANDLE handle) {
+    if (type == SQL_HANDLE_STMT) {
+        std::vector<Handle*>& live = static_cast<Stmt*>(static_cast<Handle*>(handle))->owner->statements;
+        live.erase(std::remove(live.begin(), live.end(), static_cast<Handle*>(handle)), live.end());
+    }
     delete static_cast<Handle*>(handle);
     return SQL_SUCCESS;
 }
@@ -282,6 +294,8 @@ SQLRETURN SQL_API SQLDisconnect(SQLHDBC hdbc) {
     d->diags.clear();
     Record("disconnect");
     if (d->user == "stuck" && d->openTransaction) return Fail(d, "25000", "transaction still open");
+    for (Handle* st : d->statements) delete st;
+    d->statements.clear();
     return SQL_SUCCESS;
 }
 
@@ -450,7 +464,7 @@ SQLRETURN SQL_API SQLDescribeCol(SQLHSTMT hstmt, SQLUSMALLINT number, SQLCHAR* n
     PutText(c.name, name, length, nameLength);
     if (type) *type = c.sqlType;
     if (size) *size = c.size;
-    if (digits) *digits = 0;
+    if (digits) *digits = c.digits;
     if (nullable) *nullable = SQL_NULLABLE;
     return SQL_SUCCESS;
 }

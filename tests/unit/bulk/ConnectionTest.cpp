@@ -6,12 +6,8 @@ namespace bulktest {
 namespace {
 
 TEST_F(Bulk, ConnectSetsUpTheHandleAndPassesThePasswordPropertyOrNothing) {
-    struct Case {
-        const char* key;  // null: no property
-        const char* value;
-        bool clear;
-        const char* password;
-    };
+    // Property set (null key: none), cleared after or not, password sent.
+    struct Case { const char *key, *value; bool clear; const char* password; };
     const Case cases[] = {
         {nullptr, nullptr, false, ""},
         {"Password", "s3cret", false, "s3cret"},
@@ -46,13 +42,10 @@ TEST_F(Bulk, ConnectWithInformationFails) {
 
 TEST_F(Bulk, WorkNeedsAConnection) {
     open("orl", false);
-    RecordType record;
     const std::pair<const char*, std::function<bool(DBError*)> > cases[] = {
         {"commit", [&](DBError* e) { return connection->commit(e) == -1; }},
         {"rollback", [&](DBError* e) { return connection->rollback(e) == -1; }},
         {"prepare", [&](DBError* e) { return connection->createPreparedStatement("x", e) == nullptr; }},
-        {"prepare typed",
-         [&](DBError* e) { return connection->createPreparedStatement("x", 1, nullptr, false, e) == nullptr; }},
     };
     for (const auto& c : cases) {
         DBError2Odbc e("svc");

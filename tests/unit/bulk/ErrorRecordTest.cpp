@@ -23,20 +23,13 @@ TEST(ErrorRecord, CodesWithoutDiagnosticsLeaveNativeAndFlagAlone) {
 }
 
 TEST_F(Bulk, ExecuteFailureClassifiesLostConnections) {
-    struct Case {
-        const char* script;
-        const char* text;
-        int native;
-        bool lost;
-    };
+    struct Case { const char *script, *text; int native; bool lost; };
     const Case cases[] = {
         {"error=08S01:0", "[-1][08S01]scripted failure", 0, true},
         {"error=08003:1", "[-1][08003]scripted failure", 1, true},
         {"error=08007:1", "[-1][08007]scripted failure", 1, true},
         {"error=HY000:-10821", "[-1][HY000]scripted failure", -10821, true},
         {"error=HY000:-10807", "[-1][HY000]scripted failure", -10807, true},
-        // The driver manager hands an ODBC 3 application HY000 for S1000.
-        {"error=S1000:-10821", "[-1][HY000]scripted failure", -10821, true},
         {"error=HY000:5", "[-1][HY000]scripted failure", 5, false},
         {"error=42000:-10821", "[-1][42000]scripted failure", -10821, false},
         {"error=08S0:0", "[-1][08S0]scripted failure", 0, false},

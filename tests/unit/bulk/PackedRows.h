@@ -30,6 +30,11 @@ inline uint32_t word(const RowInternal2* row, size_t at) {
 inline uint32_t rowSize(const RowInternal2* row) { return word(row, 0); }
 inline uint32_t rowColumns(const RowInternal2* row) { return word(row, 12); }
 inline int32_t offsetOf(const RowInternal2* row, size_t j) { return static_cast<int32_t>(word(row, 48 + 4 * j)); }
+inline std::vector<int32_t> offsetsOf(const RowInternal2* row) {
+    std::vector<int32_t> table;
+    for (size_t j = 0; j <= word(row, 12); ++j) table.push_back(offsetOf(row, j));
+    return table;
+}
 // Column j's packed bytes, or null for NULL.
 inline unsigned char* columnOf(const RowInternal2* row, size_t j) {
     const int32_t o = offsetOf(row, j);
