@@ -9,7 +9,8 @@
 //   col=NAME:SQLTYPE:SIZE:KIND:ARG[:nototal][:unsigned][:disp=N][:nullrow=K][:zeroat=K][:digits=N]
 //       KIND text|bin (ARG = length; bytes 'a'+i%26 or i%251), num (ARG the
 //       number), ts, time, nodata (every read answers SQL_NO_DATA). nullrow=K makes row K NULL (-1: every row);
-//       zeroat=K puts a zero byte at offset K of a text or binary value.
+//       zeroat=K puts a zero byte at offset K of a text or binary value; digits=N is
+//       the decimal digits the column describes.
 //   rows=N        rows of each result (default 1)
 //   next          starts a further result set (for SQLMoreResults)
 //   error         SQLExecute fails with 42000; longmsg=N makes its message N bytes
