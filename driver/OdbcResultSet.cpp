@@ -241,56 +241,37 @@ int OdbcResultSet::settle(e_Status status, int column, OdbcCol* col, DataValue& 
     return kGoOn;
 }
 
-int OdbcResultSet::getColumnInt16(int column, DataValue& value) {
+template <typename T, typename Store>
+int OdbcResultSet::readScalar(int column, DataValue& value, Store store) {
     OdbcCol* col = cell(column);
     if (col == nullptr) return kFailed;
-    short v = 0;
+    T v{};
     int s = settle(col->GetData(v), column, col, value);
     if (s != kGoOn) return s;
-    value.int16Value = v;
+    store(value, v);
     return kOk;
+}
+
+int OdbcResultSet::getColumnInt16(int column, DataValue& value) {
+    return readScalar<short>(column, value, [](DataValue& out, short v) { out.int16Value = v; });
 }
 
 int OdbcResultSet::getColumnInt32(int column, DataValue& value) {
-    OdbcCol* col = cell(column);
-    if (col == nullptr) return kFailed;
-    int v = 0;
-    int s = settle(col->GetData(v), column, col, value);
-    if (s != kGoOn) return s;
-    value.int32Value = v;
-    return kOk;
+    return readScalar<int>(column, value, [](DataValue& out, int v) { out.int32Value = v; });
 }
 
 int OdbcResultSet::getColumnInt64(int column, DataValue& value) {
-    OdbcCol* col = cell(column);
-    if (col == nullptr) return kFailed;
-    long v = 0;
-    int s = settle(col->GetData(v), column, col, value);
-    if (s != kGoOn) return s;
-    value.int64Value = v;
-    return kOk;
+    return readScalar<long>(column, value, [](DataValue& out, long v) { out.int64Value = v; });
 }
 
 int OdbcResultSet::getColumnInterval(int column, DataValue& value) { return getColumnInt64(column, value); }
 
 int OdbcResultSet::getColumnDouble(int column, DataValue& value) {
-    OdbcCol* col = cell(column);
-    if (col == nullptr) return kFailed;
-    double v = 0;
-    int s = settle(col->GetData(v), column, col, value);
-    if (s != kGoOn) return s;
-    value.doubleValue = v;
-    return kOk;
+    return readScalar<double>(column, value, [](DataValue& out, double v) { out.doubleValue = v; });
 }
 
 int OdbcResultSet::getColumnBoolean(int column, DataValue& value) {
-    OdbcCol* col = cell(column);
-    if (col == nullptr) return kFailed;
-    bool v = false;
-    int s = settle(col->GetData(v), column, col, value);
-    if (s != kGoOn) return s;
-    value.boolValue = v;
-    return kOk;
+    return readScalar<bool>(column, value, [](DataValue& out, bool v) { out.boolValue = v; });
 }
 
 int OdbcResultSet::getColumnString(int column, DataValue& value) {

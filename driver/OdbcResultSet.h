@@ -57,6 +57,9 @@ private:
     // Steps 3 and 4 of every reader: 1 for a NULL (flag set), 3 for a failure
     // (logged), 0 to go on with a value (flag cleared).
     int settle(ODBC::e_Status status, int column, ODBC::OdbcCol* col, DataTypes::DataValue& value);
+    // A reader of a fixed-size C value: fetch it as T, settle, then store it.
+    template <typename T, typename Store>
+    int readScalar(int column, DataTypes::DataValue& value, Store store);
     int getColumnDateText(int column, unsigned int type, DataTypes::DataValue& value);
     int getColumnDecimalText(int column, unsigned int type, DataTypes::DataValue& value);
 };
