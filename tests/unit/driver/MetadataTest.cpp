@@ -108,6 +108,13 @@ TEST_F(Metadata, CachesCountScans) {
     conn.getTableNumColumns("other", "a", count);
     conn.getTableNumColumns("a", count);
     EXPECT_EQ(4u, scans(at, "columns "));  // schemas have a table each
+    OdbcDatabaseMetadata metadata(conn);
+    at = mark();
+    EXPECT_EQ(1, metadata.getTableAllColumnInfo("a", false));
+    EXPECT_EQ(1, metadata.getTableAllColumnInfo("a", false));
+    EXPECT_EQ(1, metadata.getTableAllColumnInfo("a", true));
+    EXPECT_EQ(2u, scans(at, "columns "));
+    EXPECT_EQ(2u, scans(at, "primarykeys "));
 }
 
 TEST_F(Metadata, ColumnQuestionsOutOfRange) {
