@@ -19,7 +19,8 @@ public:
     // Makes the ODBC environment (left null if that fails); reaches no database.
     OdbcConnection(const std::string& dsn, const std::string& databaseType, const std::string& user,
                    const std::string& password, bool writeBigIntAsChar);
-    // Deletes the environment and so the whole ODBC tree below it.
+    // Deletes the statement and the metadata, then the environment and so the
+    // whole ODBC tree below it.
     ~OdbcConnection() override;
 
     int open() override;

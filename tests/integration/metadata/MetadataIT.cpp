@@ -4,6 +4,7 @@
 
 #include "ClassicFixture.h"
 #include "datatypes/DataTypes.h"
+#include "driver/OdbcColumn.h"
 #include "host/Column.h"
 
 using namespace KORVEL::Orl::DB;
@@ -191,6 +192,25 @@ TEST_P(MetadataTest, RefusedCreatesFailWithTheStatementsLogLine) {
             EXPECT_EQ(std::vector<std::string>{"801016-3_ERROR_EXECUTING_STATEMENT"}, log.ids()) << c.name;
         }
         conn->rollback();
+    }
+}
+
+TEST_P(MetadataTest, DefaultsAsTheCatalogGivesThem) {
+    ASSERT_EQ(1, update(std::string("CREATE TABLE \"") + kOther +
+                        "\" (\"a\" INTEGER DEFAULT 7, \"b\" INTEGER, \"c\" VARCHAR(8) DEFAULT NULL)"))
+        << errorsOf(conn);
+    ASSERT_EQ(1, conn->commit());
+    // A default of NULL is no default, unless the catalog dresses it up:
+    // PostgreSQL reports it as "NULL::character varying".
+    const bool hasDefault[] = {true, false, is("pg")};
+    for (int i = 0; i < 3; ++i) {
+        const Column* column = nullptr;
+        ASSERT_EQ(1, conn->getTableColumnInfo(kOther, i, column)) << i << errorsOf(conn);
+        // The records are the driver's own column type; only fields are read here.
+        const OdbcColumn* odbc = static_cast<const OdbcColumn*>(column);
+        EXPECT_EQ(hasDefault[i], odbc->hasDefault) << odbc->name;
+        EXPECT_FALSE(odbc->sqlTypeName.empty()) << odbc->name;
+        EXPECT_EQ(i < 2 ? 4 : 5, static_cast<int>(i < 2 ? odbc->sqlType : odbc->type)) << odbc->name;
     }
 }
 
