@@ -1,5 +1,7 @@
 #include "driver/OdbcConnection.h"
 
+#include "driver/OdbcColumn.h"
+#include "driver/OdbcDatabaseMetadata.h"
 #include "driver/OdbcError.h"
 #include "driver/OdbcStatement.h"
 #include "host/Driver.h"
@@ -41,6 +43,10 @@ OdbcConnection::~OdbcConnection() {
     // the environment, which takes the whole tree below it.
     delete statement;
     statement = nullptr;
+    // The metadata holds no ODBC object between calls, but it reaches the tree
+    // through this connection: it goes before the environment does.
+    delete metadata;
+    metadata = nullptr;
     delete env;
 }
 
@@ -216,30 +222,131 @@ int OdbcConnection::executeBatch(std::vector<int>& counts) {
     return status;  // the statement stays alive
 }
 
-// Catalog questions and table creation come with the metadata layer; until
-// then they fail without touching the connection.
-int OdbcConnection::getSchemaNames(std::vector<std::string>&) { return kFailed; }
-int OdbcConnection::getTableNames(std::vector<std::string>&) { return kFailed; }
-int OdbcConnection::getTableNumColumns(const std::string&, int&) { return kFailed; }
-int OdbcConnection::getTableColumnPrimaryKey(const std::string&, int, bool&) { return kFailed; }
-int OdbcConnection::getTableColumnInfo(const std::string&, int, std::string&, unsigned int&) { return kFailed; }
-int OdbcConnection::getTableColumnInfo(const std::string&, int, const Column*&) { return kFailed; }
-int OdbcConnection::createTable(const std::string&, const std::vector<std::string>&,
-                                const std::vector<unsigned int>&, const std::vector<bool>&, bool, bool) {
-    return kFailed;
+// ---- Catalog questions and table creation -----------------------------------
+
+template <typename F>
+int OdbcConnection::askMetadata(F&& question) {
+    return guarded([&] {
+        if (metadata == nullptr) metadata = new OdbcDatabaseMetadata(*this);
+        int status = question(*metadata);
+        // The metadata's text replaces what the connection had gathered.
+        if (status != kOk) metadata->getLastErrors(lastErrors);
+        return status;
+    });
 }
-int OdbcConnection::getTableNames(const std::string&, std::vector<std::string>&) { return kFailed; }
-int OdbcConnection::getTableNumColumns(const std::string&, const std::string&, int&) { return kFailed; }
-int OdbcConnection::getTableColumnPrimaryKey(const std::string&, const std::string&, int, bool&) { return kFailed; }
-int OdbcConnection::getTableColumnInfo(const std::string&, const std::string&, int, std::string&, unsigned int&) {
-    return kFailed;
+
+int OdbcConnection::getSchemaNames(std::vector<std::string>& names) {
+    return askMetadata([&](OdbcDatabaseMetadata& m) { return m.getSchemaNames(names); });
 }
-int OdbcConnection::getTableColumnInfo(const std::string&, const std::string&, int, const Column*&) {
-    return kFailed;
+
+int OdbcConnection::getTableNames(std::vector<std::string>& names) {
+    return askMetadata([&](OdbcDatabaseMetadata& m) { return m.getTableNames(names); });
 }
-int OdbcConnection::createTable(const std::string&, const std::string&, const std::vector<std::string>&,
-                                const std::vector<unsigned int>&, const std::vector<bool>&, bool, bool) {
-    return kFailed;
+
+int OdbcConnection::getTableNumColumns(const std::string& table, int& count) {
+    return askMetadata([&](OdbcDatabaseMetadata& m) { return m.getTableNumColumns(table, count); });
+}
+
+int OdbcConnection::getTableColumnPrimaryKey(const std::string& table, int column, bool& primaryKey) {
+    return askMetadata([&](OdbcDatabaseMetadata& m) { return m.getTableColumnPrimaryKey(table, column, primaryKey); });
+}
+
+int OdbcConnection::getTableColumnInfo(const std::string& table, int column, std::string& name, unsigned int& type) {
+    return askMetadata([&](OdbcDatabaseMetadata& m) { return m.getTableColumnInfo(table, column, name, type); });
+}
+
+int OdbcConnection::getTableColumnInfo(const std::string& table, int column, const Column*& info) {
+    return askMetadata([&](OdbcDatabaseMetadata& m) { return m.getTableColumnInfo(table, column, info); });
+}
+
+int OdbcConnection::getTableNames(const std::string& schema, std::vector<std::string>& names) {
+    return askMetadata([&](OdbcDatabaseMetadata& m) { return m.getTableNames(schema, names); });
+}
+
+int OdbcConnection::getTableNumColumns(const std::string& schema, const std::string& table, int& count) {
+    return askMetadata([&](OdbcDatabaseMetadata& m) { return m.getTableNumColumns(schema, table, count); });
+}
+
+int OdbcConnection::getTableColumnPrimaryKey(const std::string& schema, const std::string& table, int column,
+                                             bool& primaryKey) {
+    return askMetadata(
+        [&](OdbcDatabaseMetadata& m) { return m.getTableColumnPrimaryKey(schema, table, column, primaryKey); });
+}
+
+int OdbcConnection::getTableColumnInfo(const std::string& schema, const std::string& table, int column,
+                                       std::string& name, unsigned int& type) {
+    return askMetadata([&](OdbcDatabaseMetadata& m) { return m.getTableColumnInfo(schema, table, column, name, type); });
+}
+
+int OdbcConnection::getTableColumnInfo(const std::string& schema, const std::string& table, int column,
+                                       const Column*& info) {
+    return askMetadata([&](OdbcDatabaseMetadata& m) { return m.getTableColumnInfo(schema, table, column, info); });
+}
+
+int OdbcConnection::getCreateTableSql(const std::string& schema, const std::string& table,
+                                      const std::vector<std::string>& names, const std::vector<unsigned int>& types,
+                                      const std::vector<bool>& primaryKeys, bool rowTable, std::string& sql) {
+    return guarded([&] {
+        OdbcColumn namer;  // only for its type names
+        std::string text = rowTable ? "CREATE TABLE \"" : "CREATE COLUMN TABLE \"";
+        if (!schema.empty()) text += schema + "\".\"";
+        text += table + "\" (";
+        // Callers give vectors of one length; a short one counts as an unknown
+        // type or a non-key column rather than a read past its end.
+        for (size_t i = 0; i < names.size(); ++i) {
+            unsigned int type = i < types.size() ? types[i] : 6u;
+            bool key = i < primaryKeys.size() && primaryKeys[i];
+            text += "\"" + names[i] + "\" " + namer.getSqlTypeString(type, key);
+            if (i + 1 < names.size()) text += ", ";
+        }
+        bool anyKey = false;
+        for (size_t i = 0; i < primaryKeys.size() && i < names.size(); ++i) {
+            if (!primaryKeys[i]) continue;
+            text += anyKey ? ", \"" : ", PRIMARY KEY (\"";
+            text += names[i] + "\"";
+            anyKey = true;
+        }
+        if (anyKey) text += ")";
+        text += ")";
+        sql = text;
+        return kOk;
+    });
+}
+
+int OdbcConnection::createTable(const std::string& table, const std::vector<std::string>& names,
+                                const std::vector<unsigned int>& types, const std::vector<bool>& primaryKeys,
+                                bool rowTable, bool dropExisting) {
+    return createTable("", table, names, types, primaryKeys, rowTable, dropExisting);
+}
+
+int OdbcConnection::createTable(const std::string& schema, const std::string& table,
+                                const std::vector<std::string>& names, const std::vector<unsigned int>& types,
+                                const std::vector<bool>& primaryKeys, bool rowTable, bool dropExisting) {
+    std::vector<Parameter> none;
+    int rows = 0;
+    if (dropExisting) {
+        int status = guarded([&] {
+            if (metadata == nullptr) metadata = new OdbcDatabaseMetadata(*this);
+            std::vector<std::string> tables;
+            // The list may come from the cache, so a table made since is not seen.
+            int listed = schema.empty() ? metadata->getTableNames(tables) : metadata->getTableNames(schema, tables);
+            if (listed != kOk) {
+                metadata->getLastErrors(lastErrors);
+                return listed;
+            }
+            bool found = false;
+            for (const std::string& t : tables) found = found || t == table;
+            if (!found) return kOk;
+            // Sized to the names: no fixed buffer to overrun.
+            std::string drop = schema.empty() ? "drop table \"" + table + "\""
+                                              : "drop table \"" + schema + "\".\"" + table + "\"";
+            return executeUpdate(drop, none, rows);
+        });
+        if (status != kOk) return status;
+    }
+    std::string sql;
+    if (getCreateTableSql(schema, table, names, types, primaryKeys, rowTable, sql) != kOk) return kFailed;
+    return executeUpdate(sql, none, rows);
 }
 
 }}} // namespace KORVEL::Orl::DB

@@ -19,7 +19,8 @@ public:
     // Makes the ODBC environment (left null if that fails); reaches no database.
     OdbcConnection(const std::string& dsn, const std::string& databaseType, const std::string& user,
                    const std::string& password, bool writeBigIntAsChar);
-    // Deletes the environment and so the whole ODBC tree below it.
+    // Deletes the statement and the metadata, then the environment and so the
+    // whole ODBC tree below it.
     ~OdbcConnection() override;
 
     int open() override;
@@ -69,6 +70,13 @@ public:
     // Closes and deletes the statement, if any; always 1.
     int closeStatement();
 
+    // The CREATE statement for the columns in vector order (the three vectors
+    // of equal length): "CREATE TABLE" for a row table, else "CREATE COLUMN
+    // TABLE"; names are quoted as they stand. Always 1.
+    int getCreateTableSql(const std::string& schema, const std::string& table, const std::vector<std::string>& names,
+                          const std::vector<unsigned int>& types, const std::vector<bool>& primaryKeys,
+                          bool rowTable, std::string& sql);
+
     bool getWriteBigIntAsChar() const { return writeBigIntAsChar; }
     ODBC::OdbcDbc* getDbc() const { return dbc; }
 
@@ -78,6 +86,10 @@ private:
     int endTransaction(bool commitWork);
     // closeStatement, then createStatement: one statement alive at a time.
     int replaceStatement(const std::string& sql, bool batch);
+    // Runs `question` on the metadata object, made on first use; a failure
+    // moves the metadata's error text into lastErrors.
+    template <typename F>
+    int askMetadata(F&& question);
 
     std::string dsn;
     std::string databaseType;

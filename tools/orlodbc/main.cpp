@@ -14,6 +14,7 @@
 #include "host/DataService.h"
 #include "host/Driver.h"
 #include "host/LogServiceImpl.h"
+#include "tools/orlodbc/CatalogLister.h"
 #include "tools/orlodbc/SqlRunner.h"
 
 using namespace KORVEL::Orl;
@@ -32,6 +33,9 @@ struct Options {
     std::string logFile;
     bool writeBigIntAsChar = false;
     std::vector<std::string> sql;  // run in order, then committed
+    bool tables = false;
+    std::string columnsOf;         // table whose columns to list
+    std::string schema;            // of --tables and --columns; empty for none
 };
 
 // lastErrors holds each failure behind a newline with its NUL; show it as lines.
@@ -112,12 +116,17 @@ int run(const Options& o) {
         if (c->open() != 1) {
             rc = fail(c, "cannot open connection");
         } else {
-            if (o.sql.empty())
+            bool listing = o.tables || !o.columnsOf.empty();
+            if (o.sql.empty() && !listing)
                 std::cout << "database: " << c->getDriverProperty(Driver::PROPERTY_KEY_DATABASE_TYPE) << std::endl;
             if (!orlodbc::runStatements(*c, o.sql, std::cout, std::cerr))
                 rc = fail(c, "statement failed");  // close rolls back what ran before it
             else if (c->commit() != 1)
                 rc = fail(c, "commit failed");
+            else if (o.tables && !orlodbc::listTables(*c, o.schema, std::cout))
+                rc = fail(c, "cannot list tables");
+            else if (!o.columnsOf.empty() && !orlodbc::listColumns(*c, o.schema, o.columnsOf, std::cout))
+                rc = fail(c, "cannot list columns");
         }
         driver->releaseConnection(c);
     }
@@ -147,6 +156,9 @@ int main(int argc, char** argv) {
     app.add_option("-e,--sql", o.sql,
                    "SQL to run through the classic connection (repeatable); queries print tab-separated "
                    "rows, updates their row count; all is committed at the end");
+    app.add_flag("--tables", o.tables, "list the tables and views (after any --sql)");
+    app.add_option("--columns", o.columnsOf, "list the columns of this table (after any --sql)");
+    app.add_option("--schema", o.schema, "schema for --tables and --columns");
     CLI11_PARSE(app, argc, argv);
     return run(o);
 }
