@@ -403,7 +403,7 @@ e_Status OdbcDataImpl::GetData(double& value) {
         double v = std::strtod(TextValue(), &end);
         if (end == nullptr || *end != '\0') return GetStatus(-1);
         // On ERANGE it is the output's previous content that is judged, not
-        // the parsed value: a kept quirk of the contract.
+        // the parsed value: a quirk callers rely on, so it stays.
         if (errno == ERANGE && (value == 0 || value > DBL_MAX || value < -DBL_MAX)) return GetStatus(-1);
         value = v;
     }

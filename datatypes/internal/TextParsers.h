@@ -1,6 +1,6 @@
 // Readers of the accepted text of each scalar type. Each reads the whole
 // text and either succeeds or sets `error` to the constant message of the
-// conversions in; none skips anything the contract does not skip.
+// conversions in; none skips blanks or other characters its type does not allow.
 #pragma once
 #include <cstdint>
 
