@@ -274,20 +274,23 @@ void TimeFormatParser_TimeFromString::OnFieldMM() {
     if (row >= 0) m_month = row;
 }
 
+int TimeFormatParser_TimeFromString::MatchWord(NameKind full, NameKind abbrev, Case c, bool abbrevField) {
+    // Outside FX either spelling is taken in any case; under FX only the
+    // field's own spelling, in its case.
+    const NameKind both[] = {full, abbrev};
+    if (m_exactMode != 1) return MatchName(both, 2, c, true);
+    return MatchName(abbrevField ? both + 1 : both, 1, c, false);
+}
+
 void TimeFormatParser_TimeFromString::OnFieldMONTH(Case c) {
     if (!BeginField() || MonthRefused()) return;
-    static const NameKind both[] = {MonthName, MonthAbbrev};
-    const bool exact = m_exactMode == 1;
-    const int row = MatchName(both, exact ? 1 : 2, c, !exact);
+    const int row = MatchWord(MonthName, MonthAbbrev, c, false);
     if (row >= 0) m_month = row;
 }
 
 void TimeFormatParser_TimeFromString::OnFieldMON(Case c) {
     if (!BeginField() || MonthRefused()) return;
-    static const NameKind both[] = {MonthName, MonthAbbrev};
-    static const NameKind abbrev[] = {MonthAbbrev};
-    const bool exact = m_exactMode == 1;
-    const int row = exact ? MatchName(abbrev, 1, c, false) : MatchName(both, 2, c, true);
+    const int row = MatchWord(MonthName, MonthAbbrev, c, true);
     if (row >= 0) m_month = row;
 }
 
@@ -305,18 +308,13 @@ bool TimeFormatParser_TimeFromString::DayNameRefused() {
 
 void TimeFormatParser_TimeFromString::OnFieldDAY(Case c) {
     if (!BeginField() || DayNameRefused()) return;
-    static const NameKind both[] = {DayName, DayAbbrev};
-    const bool exact = m_exactMode == 1;
-    const int row = MatchName(both, exact ? 1 : 2, c, !exact);
+    const int row = MatchWord(DayName, DayAbbrev, c, false);
     if (row >= 0) m_dayOfWeek = row;
 }
 
 void TimeFormatParser_TimeFromString::OnFieldDY(Case c) {
     if (!BeginField() || DayNameRefused()) return;
-    static const NameKind both[] = {DayName, DayAbbrev};
-    static const NameKind abbrev[] = {DayAbbrev};
-    const bool exact = m_exactMode == 1;
-    const int row = exact ? MatchName(abbrev, 1, c, false) : MatchName(both, 2, c, true);
+    const int row = MatchWord(DayName, DayAbbrev, c, true);
     if (row >= 0) m_dayOfWeek = row;
 }
 

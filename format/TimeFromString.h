@@ -80,6 +80,8 @@ private:
     // Longest match among the tables, the first of equal length winning; the
     // row number, or -1 with the ok flag cleared.
     int MatchName(const NameKind* kinds, int count, Case c, bool ignoreCase);
+    // A month or day name field: the full spelling or, for MON/DY, the short one.
+    int MatchWord(NameKind full, NameKind abbrev, Case c, bool abbrevField);
     // Clears the ok flag on a conflict with a field read before; true when failed.
     bool Refused(bool conflict);
     // 1 to `width` digits within low..high; false (member left unset) when no
