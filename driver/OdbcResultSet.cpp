@@ -313,17 +313,22 @@ int OdbcResultSet::getColumnBinary(int column, DataValue& value) {
     return kOk;
 }
 
-int OdbcResultSet::getColumnDateText(int column, unsigned int type, DataValue& value) {
+int OdbcResultSet::readRaw(int column, DataValue& value, ByteStore& store, short& sqlType) {
     OdbcCol* col = cell(column);
     if (col == nullptr) return kFailed;
-    ByteStore store;
     int s = settle(col->GetData(&store), column, col, value);
     if (s != kGoOn) return s;
-
-    short sqlType = 0;
     unsigned int size = 0;
     short digits = 0;
     col->GetSqlType(sqlType, size, digits);
+    return kGoOn;
+}
+
+int OdbcResultSet::getColumnDateText(int column, unsigned int type, DataValue& value) {
+    ByteStore store;
+    short sqlType = 0;
+    int s = readRaw(column, value, store, sqlType);
+    if (s != kGoOn) return s;
     TIMESTAMP_STRUCT ts;
     if (isTimeSqlType(sqlType)) {
         TIME_STRUCT t = structureOf<TIME_STRUCT>(store);
@@ -353,16 +358,10 @@ int OdbcResultSet::getColumnBigDateTime(int column, DataValue& value) {
 }
 
 int OdbcResultSet::getColumnTime(int column, DataValue& value) {
-    OdbcCol* col = cell(column);
-    if (col == nullptr) return kFailed;
     ByteStore store;
-    int s = settle(col->GetData(&store), column, col, value);
-    if (s != kGoOn) return s;
-
     short sqlType = 0;
-    unsigned int size = 0;
-    short digits = 0;
-    col->GetSqlType(sqlType, size, digits);
+    int s = readRaw(column, value, store, sqlType);
+    if (s != kGoOn) return s;
     switch (sqlType) {
     case SQL_TIME:
     case SQL_TYPE_TIME:

@@ -60,6 +60,9 @@ private:
     // A reader of a fixed-size C value: fetch it as T, settle, then store it.
     template <typename T, typename Store>
     int readScalar(int column, DataTypes::DataValue& value, Store store);
+    // The column's bytes as the driver gave them, and its SQL type; settles
+    // NULL and failure as every reader does.
+    int readRaw(int column, DataTypes::DataValue& value, ODBC::ByteStore& store, short& sqlType);
     int getColumnDateText(int column, unsigned int type, DataTypes::DataValue& value);
     int getColumnDecimalText(int column, unsigned int type, DataTypes::DataValue& value);
 };

@@ -318,18 +318,18 @@ void TimeFormatParser_TimeFromString::OnFieldDY(Case c) {
     if (row >= 0) m_dayOfWeek = row;
 }
 
-void TimeFormatParser_TimeFromString::OnFieldDD() {
-    if (!BeginField() || Refused(m_micSeen || m_seSeen || m_day != -1 || m_dayOfYear != -1)) return;
+void TimeFormatParser_TimeFromString::ReadTwoDigits(bool conflict, int64_t low, int64_t high, int& slot) {
+    if (!BeginField() || Refused(conflict)) return;
     int64_t v = 0;
-    if (!ReadNumber(2, 1, 31, v)) return;
-    m_day = static_cast<int>(v);
+    if (ReadNumber(2, low, high, v)) slot = static_cast<int>(v);
+}
+
+void TimeFormatParser_TimeFromString::OnFieldDD() {
+    ReadTwoDigits(m_micSeen || m_seSeen || m_day != -1 || m_dayOfYear != -1, 1, 31, m_day);
 }
 
 void TimeFormatParser_TimeFromString::OnFieldHH12() {
-    if (!BeginField() || Refused(m_micSeen || m_seSeen || m_hour != -1)) return;
-    int64_t v = 0;
-    if (!ReadNumber(2, 1, 12, v)) return;
-    m_hour = static_cast<int>(v);
+    ReadTwoDigits(m_micSeen || m_seSeen || m_hour != -1, 1, 12, m_hour);
 }
 
 void TimeFormatParser_TimeFromString::OnFieldHH24() {
@@ -340,17 +340,11 @@ void TimeFormatParser_TimeFromString::OnFieldHH24() {
 }
 
 void TimeFormatParser_TimeFromString::OnFieldMI() {
-    if (!BeginField() || Refused(m_micSeen || m_seSeen || m_minute != -1)) return;
-    int64_t v = 0;
-    if (!ReadNumber(2, 0, 59, v)) return;
-    m_minute = static_cast<int>(v);
+    ReadTwoDigits(m_micSeen || m_seSeen || m_minute != -1, 0, 59, m_minute);
 }
 
 void TimeFormatParser_TimeFromString::OnFieldSS() {
-    if (!BeginField() || Refused(m_micSeen || m_seSeen || m_second != -1)) return;
-    int64_t v = 0;
-    if (!ReadNumber(2, 0, 59, v)) return;
-    m_second = static_cast<int>(v);
+    ReadTwoDigits(m_micSeen || m_seSeen || m_second != -1, 0, 59, m_second);
 }
 
 void TimeFormatParser_TimeFromString::OnFieldSSSSS() {

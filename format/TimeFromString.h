@@ -87,6 +87,9 @@ private:
     // 1 to `width` digits within low..high; false (member left unset) when no
     // digit comes. Short or out of range: the value is given, the flag cleared.
     bool ReadNumber(int width, int64_t low, int64_t high, int64_t& value);
+    // A plain two-digit field (DD, HH12, MI, SS): refused on a conflict, else
+    // read within [low, high] into `slot`.
+    void ReadTwoDigits(bool conflict, int64_t low, int64_t high, int& slot);
     bool DayNameRefused();
     bool YearRefused();
     bool MonthRefused();
