@@ -6,6 +6,7 @@
 #include <string>
 
 #include "host/ResultSet.h"
+#include "odbc/ByteStore.h"
 #include "odbc/Odbc.h"
 
 namespace KORVEL { namespace Orl { namespace DB {
@@ -65,6 +66,12 @@ private:
     int readRaw(int column, DataTypes::DataValue& value, ODBC::ByteStore& store, short& sqlType);
     int getColumnDateText(int column, unsigned int type, DataTypes::DataValue& value);
     int getColumnDecimalText(int column, unsigned int type, DataTypes::DataValue& value);
+
+    // The bytes of the cell being read, for every reader that takes them as a
+    // ByteStore: one buffer for all cells and rows, so that a row costs no
+    // allocation beyond the buffers its Row takes over. It keeps the room of
+    // the longest value read, as the cells themselves do.
+    ODBC::ByteStore scratch;
 };
 
 }}} // namespace KORVEL::Orl::DB

@@ -7,6 +7,10 @@ namespace KORVEL { namespace Orl { namespace DB {
 namespace {
 constexpr unsigned int kString = 5;
 constexpr unsigned int kBinary = 28;
+// The driver makes a row by the default constructor and never says how many
+// columns will follow, so the first one reserves what a server row of its
+// descriptor would: room for a wide row at once, not growth by doubling.
+constexpr std::size_t kReservedColumns = 16;
 } // namespace
 
 Row::Row() = default;
@@ -21,6 +25,7 @@ Row::~Row() {
 }
 
 void Row::addColumn(unsigned int type, const DataTypes::DataValue& value, bool takeOwnership) {
+    if (columns_.capacity() == 0) columns_.reserve(kReservedColumns);
     columns_.push_back(Cell{type, value, takeOwnership});
 }
 
