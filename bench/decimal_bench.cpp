@@ -5,6 +5,7 @@
 
 #include <vector>
 
+#include "datatypes/DataTypes.h"
 #include "datatypes/FixedDecimalValue.h"
 #include "decimal_bench_texts.h"
 
@@ -37,6 +38,25 @@ void BM_DecimalFromText(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations());
 }
 BENCHMARK(BM_DecimalFromText);
+
+// The same texts through the type core's entry for text, as the drivers
+// read decimals: the word carries precision and scale.
+void BM_DecimalConvertFromString(benchmark::State& state) {
+    const auto& texts = decimalbench::texts();
+    std::vector<unsigned int> words;
+    for (const auto& t : texts) words.push_back(DataTypes::createFixedDecimal(34, t.scale));
+    size_t i = 0;
+    DataTypes::DataValue v;
+    const char* error = nullptr;
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(
+            DataTypes::convertFromString(words[i], texts[i].text.c_str(), v, error, nullptr, nullptr, nullptr, nullptr));
+        benchmark::DoNotOptimize(v);
+        i = (i + 1) % texts.size();
+    }
+    state.SetItemsProcessed(state.iterations());
+}
+BENCHMARK(BM_DecimalConvertFromString);
 
 void BM_ToBID128(benchmark::State& state) {
     const auto& values = parsedValues();
