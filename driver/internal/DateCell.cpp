@@ -33,13 +33,14 @@ DateTextForm dateTextForm(unsigned int type) {
 
 // The value of the round trip where it is certain without the text. In these
 // ranges every field prints in exactly its width and the whole text fits its
-// buffer, strptime takes each number back as printed (it holds the day only
-// to 31 and the second to 61), and tm2sec does plain UTC arithmetic. Outside
-// them the text decides: an earlier year goes through mktime in the process
-// zone, and a wide field is cut by the buffer or refused by the parse.
+// buffer, and strptime takes each number back as printed (it holds the day
+// only to 31 and the second to 61); the fields then reach tm2sec as they
+// stand, and it settles the rest, the zone of years before 1970 included.
+// Outside them the text decides: a negative year or a wide field is cut by
+// the buffer or refused by the parse.
 bool directValue(unsigned int type, const TIMESTAMP_STRUCT& f, int64_t& out) {
     if (type != 4 && type != 8 && type != 27) return false;
-    if (f.year < 1970 || f.year > 9999 || f.month < 1 || f.month > 12 || f.day < 1 || f.day > 31 || f.hour > 23 ||
+    if (f.year < 0 || f.year > 9999 || f.month < 1 || f.month > 12 || f.day < 1 || f.day > 31 || f.hour > 23 ||
         f.minute > 59 || f.second > 61)
         return false;
     const DateTextForm form = dateTextForm(type);

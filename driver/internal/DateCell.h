@@ -15,7 +15,7 @@ namespace KORVEL { namespace Orl { namespace DB { namespace internal {
 void dateValueByText(unsigned int type, const TIMESTAMP_STRUCT& fields, DataTypes::DataValue& value);
 
 // The same result as dateValueByText for every input, cheaper for the usual
-// ones: years 1970 to 9999 with every field in its printed range.
+// ones: years 0 to 9999 with every field in its printed range.
 void dateValue(unsigned int type, const TIMESTAMP_STRUCT& fields, DataTypes::DataValue& value);
 
 }}}} // namespace KORVEL::Orl::DB::internal
