@@ -26,7 +26,13 @@ Row::~Row() {
 
 void Row::addColumn(unsigned int type, const DataTypes::DataValue& value, bool takeOwnership) {
     if (columns_.capacity() == 0) columns_.reserve(kReservedColumns);
-    columns_.push_back(Cell{type, value, takeOwnership});
+    // Filled in place: a cell built on the stack and copied in stalls on
+    // reading back its own half-written bytes, at every column of every row.
+    columns_.emplace_back();
+    Cell& cell = columns_.back();
+    cell.type = type;
+    cell.value = value;
+    cell.owned = takeOwnership;
 }
 
 }}} // namespace KORVEL::Orl::DB

@@ -124,8 +124,48 @@ void dropTable(const Database& db) {
     if (c.open(db) && c.run("DROP TABLE IF EXISTS orl_read_bench")) SQLEndTran(SQL_HANDLE_DBC, c.dbc, SQL_COMMIT);
 }
 
-// SQLFetch and one SQLGetData per cell into stack buffers of the sizes the
-// layer reads with; nothing is kept.
+// The C type the classic path reads a column of this SQL type as, and the
+// bytes it offers: the raw loop asks the driver for the same conversions, so
+// that the two differ only by what the driver library does around them.
+struct RawColumn {
+    SQLSMALLINT cType;
+    SQLLEN size;
+};
+
+RawColumn rawColumnFor(SQLSMALLINT sqlType, SQLULEN columnSize, SQLLEN displaySize) {
+    const SQLLEN text = static_cast<SQLLEN>(columnSize < 8000 ? columnSize : 8000);
+    switch (sqlType) {
+    case SQL_WCHAR:
+    case SQL_WVARCHAR:
+    case SQL_WLONGVARCHAR:
+        return {SQL_C_CHAR, text + 2};
+    case SQL_CHAR:
+    case SQL_VARCHAR:
+    case SQL_LONGVARCHAR:
+        return {SQL_C_CHAR, text + 1};
+    case SQL_NUMERIC:
+    case SQL_DECIMAL:
+        return {SQL_C_CHAR, displaySize + 2};
+    case SQL_INTEGER:
+        return {SQL_C_LONG, 8};
+    case SQL_FLOAT:
+    case SQL_REAL:
+    case SQL_DOUBLE:
+        return {SQL_C_DOUBLE, 8};
+    case SQL_TYPE_TIME:
+        return {SQL_C_TYPE_TIME, 6};
+    case SQL_DATE:
+    case SQL_TIME:
+    case SQL_TIMESTAMP:
+    case SQL_TYPE_DATE:
+    case SQL_TYPE_TIMESTAMP:
+        return {SQL_C_TYPE_TIMESTAMP, 16};
+    default:
+        return {SQL_C_CHAR, text + 1};
+    }
+}
+
+// SQLFetch and one SQLGetData per cell into a stack buffer; nothing is kept.
 void rawLoop(benchmark::State& state, const Database& db) {
     RawConnection c;
     if (!c.open(db)) {
@@ -137,23 +177,31 @@ void rawLoop(benchmark::State& state, const Database& db) {
         SQLAllocHandle(SQL_HANDLE_STMT, c.dbc, &st);
         SQLPrepare(st, (SQLCHAR*)kSelect, SQL_NTS);
         SQLExecute(st);
-        char text[8001], decimal[64];
-        SQL_TIMESTAMP_STRUCT ts;
-        long i = 0, rows = 0;
-        double d = 0;
+        RawColumn columns[5];
+        for (SQLUSMALLINT k = 0; k < 5; ++k) {
+            SQLCHAR name[64];
+            SQLSMALLINT nameLength = 0, type = 0, digits = 0, nullable = 0;
+            SQLULEN size = 0;
+            SQLLEN display = 0;
+            SQLDescribeCol(st, k + 1, name, sizeof name, &nameLength, &type, &size, &digits, &nullable);
+            SQLColAttribute(st, k + 1, SQL_DESC_DISPLAY_SIZE, nullptr, 0, nullptr, &display);
+            columns[k] = rawColumnFor(type, size, display);
+        }
+        alignas(8) char buffer[8002];
+        long rows = 0;
         SQLLEN ind = 0;
         while (succeeded(SQLFetch(st))) {
-            SQLGetData(st, 1, SQL_C_LONG, &i, 8, &ind);
-            SQLGetData(st, 2, SQL_C_DOUBLE, &d, 8, &ind);
-            SQLGetData(st, 3, SQL_C_CHAR, text, 22, &ind);
-            SQLGetData(st, 4, SQL_C_TYPE_TIMESTAMP, &ts, sizeof ts, &ind);
-            SQLGetData(st, 5, SQL_C_CHAR, decimal, sizeof decimal, &ind);
-            benchmark::DoNotOptimize(i);
-            benchmark::DoNotOptimize(d);
-            benchmark::DoNotOptimize(ts);
+            for (SQLUSMALLINT k = 0; k < 5; ++k) {
+                SQLGetData(st, k + 1, columns[k].cType, buffer, columns[k].size, &ind);
+                benchmark::DoNotOptimize(buffer);
+            }
             ++rows;
         }
+        // The front ends let go of a result only at the next query or at the
+        // end, outside the timing; SQLite's driver frees all its rows here.
+        state.PauseTiming();
         SQLFreeHandle(SQL_HANDLE_STMT, st);
+        state.ResumeTiming();
         if (rows != g_rows) state.SkipWithError("row count");
     }
     state.SetItemsProcessed(state.iterations() * g_rows);
@@ -329,7 +377,7 @@ int main(int argc, char** argv) {
         for (const char* path : {"classic", "bulk"}) {
             const std::string name = std::string(path) + "/" + db.label;
             const double t = reporter.medians[name], c = reporter.cpuMedians[name];
-            if (raw > 0 && rawCpu > 0) std::printf("  %-8s %-7s %9.3f %9.3f\n", db.label.c_str(), path, t / raw, c / rawCpu);
+            if (raw > 0 && rawCpu > 0 && t > 0) std::printf("  %-8s %-7s %9.3f %9.3f\n", db.label.c_str(), path, t / raw, c / rawCpu);
         }
     }
     if (g_logLines != 0) std::printf("driver log lines: %ld (none expected)\n", g_logLines);
