@@ -65,6 +65,13 @@ Driver=$maria_drv
 Threading=0
 INI
 
+# One SQLite file per thread for the thread tests: a file takes one writer at a time.
+thread_dsns=""
+for t in 0 1 2 3 4 5 6 7; do
+    thread_dsns+="$(printf '\n[orl_sqlite_t%s]\nDescription=ORL thread test database %s (SQLite3)\nDriver=ORL SQLite3\nDatabase=%s' \
+        "$t" "$t" "$ORL_RUN_DIR/sqlite/thread$t.db")"$'\n'
+done
+
 # No user or password here: the library hands both to SQLConnect.
 write_file "$odbc_dir/odbc.ini" <<INI
 [orl_sqlite]
@@ -88,6 +95,7 @@ Driver=ORL MariaDB Unicode
 SERVER=127.0.0.1
 PORT=$ORL_MARIA_PORT
 DATABASE=$ORL_DB_NAME
+$thread_dsns
 INI
 
 # ODBCINSTINI would rename odbcinst.ini and ODBCSEARCH would skip one of the DSN files.

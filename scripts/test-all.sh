@@ -8,6 +8,7 @@ cd "$repo"
 bash scripts/install-deps.sh
 bash scripts/build.sh release
 bash scripts/build.sh asan
+bash scripts/build.sh tsan
 
 . scripts/odbc-env.sh
 trap 'bash scripts/db-stop.sh all || true' EXIT
@@ -41,7 +42,15 @@ run_ctest --test-dir build -L integration
 export LSAN_OPTIONS="suppressions=$repo/scripts/lsan.supp:print_suppressions=0"
 export ASAN_OPTIONS="detect_leaks=1:abort_on_error=0"
 export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
-run_ctest --test-dir build-asan
+# The thread test writes 50,000 rows a thread in the plain build; fewer under
+# the sanitizers, which multiply the cost of every call.
+ORL_STRESS_ROWS=5000 run_ctest --test-dir build-asan
+
+# The race detector over the unit tests and the thread test. Its suppressions
+# name only the databases' ODBC drivers and the driver manager.
+export TSAN_OPTIONS="suppressions=$repo/scripts/tsan.supp:halt_on_error=1:second_deadlock_stack=1"
+run_ctest --test-dir build-tsan -L unit -j "$(nproc)"
+ORL_STRESS_ROWS=2000 run_ctest --test-dir build-tsan -R thread_stress_integration
 
 # Every parser of outside text under the fuzzer for a bounded time.
 bash scripts/fuzz.sh "${ORL_FUZZ_SECONDS:-60}"
