@@ -5,6 +5,7 @@
 
 #include <vector>
 
+#include "bench/RatioReporter.h"
 #include "datatypes/DataTypes.h"
 #include "datatypes/FixedDecimalValue.h"
 #include "decimal_bench_texts.h"
@@ -90,3 +91,12 @@ void BM_DecimalShift(benchmark::State& state) {
 BENCHMARK(BM_DecimalShift)->Arg(2)->Arg(4)->Arg(-2)->Arg(-20)->Arg(-34);
 
 } // namespace
+
+int main(int argc, char** argv) {
+    return benchratio::runWithRatios(
+        argc, argv,
+        {
+            {"BM_DecimalConvertFromString", "BM_Reference_bid128_from_string", 1.0},
+            {"BM_DecimalFromText", "BM_Reference_bid128_from_string", 1.0},
+        });
+}

@@ -9,7 +9,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <strings.h>
-#include <memory>
 
 #include "datatypes/DataTypes.h"
 #include "datatypes/internal/TimeText.h"
