@@ -43,6 +43,9 @@ constexpr short kSsTime2 = -154;
 constexpr unsigned int kString = 5;
 constexpr unsigned int kBinary = 28;
 
+// Room the scratch store keeps between cells.
+constexpr unsigned int kScratchRoom = 65536;
+
 struct ColumnText {
     char text[16];
     explicit ColumnText(int column) { std::snprintf(text, sizeof text, "%d", column); }
@@ -210,6 +213,13 @@ OdbcCol* OdbcResultSet::cell(int column) {
     return col;
 }
 
+ByteStore& OdbcResultSet::scratchStore() {
+    // A long value read once would otherwise stay held for the life of the
+    // result set; its room goes back before the next cell.
+    if (scratch.Capacity() > kScratchRoom) scratch.Resize(0, false);
+    return scratch;
+}
+
 int OdbcResultSet::settle(e_Status status, int column, OdbcCol* col, DataValue& value) {
     if (status == ODBC::Status_Null) {
         value.isNull = true;
@@ -260,7 +270,7 @@ int OdbcResultSet::getColumnBoolean(int column, DataValue& value) {
 int OdbcResultSet::getColumnString(int column, DataValue& value) {
     OdbcCol* col = cell(column);
     if (col == nullptr) return kFailed;
-    ByteStore& store = scratch;
+    ByteStore& store = scratchStore();
     int s = settle(col->GetData(&store), column, col, value);
     if (s != kGoOn) return s;
     unsigned int length = store.Size();
@@ -281,7 +291,7 @@ int OdbcResultSet::getColumnString(int column, DataValue& value) {
 int OdbcResultSet::getColumnBinary(int column, DataValue& value) {
     OdbcCol* col = cell(column);
     if (col == nullptr) return kFailed;
-    ByteStore& store = scratch;
+    ByteStore& store = scratchStore();
     int s = settle(col->GetData(&store), column, col, value);
     if (s != kGoOn) return s;
     unsigned int length = store.Size();
@@ -308,7 +318,7 @@ int OdbcResultSet::readRaw(int column, DataValue& value, ByteStore& store, short
 }
 
 int OdbcResultSet::getColumnDateText(int column, unsigned int type, DataValue& value) {
-    ByteStore& store = scratch;
+    ByteStore& store = scratchStore();
     short sqlType = 0;
     int s = readRaw(column, value, store, sqlType);
     if (s != kGoOn) return s;
@@ -333,7 +343,7 @@ int OdbcResultSet::getColumnBigDateTime(int column, DataValue& value) {
 }
 
 int OdbcResultSet::getColumnTime(int column, DataValue& value) {
-    ByteStore& store = scratch;
+    ByteStore& store = scratchStore();
     short sqlType = 0;
     int s = readRaw(column, value, store, sqlType);
     if (s != kGoOn) return s;
@@ -385,7 +395,7 @@ int OdbcResultSet::safeTimeAtoi(const char* text) {
 int OdbcResultSet::getColumnDecimalText(int column, unsigned int type, DataValue& value) {
     OdbcCol* col = cell(column);
     if (col == nullptr) return kFailed;
-    ByteStore& store = scratch;
+    ByteStore& store = scratchStore();
     int s = settle(col->GetData(&store), column, col, value);
     if (s != kGoOn) return s;
     // The scale and precision of the word settle the parse.

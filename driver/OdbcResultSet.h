@@ -67,11 +67,13 @@ private:
     int getColumnDateText(int column, unsigned int type, DataTypes::DataValue& value);
     int getColumnDecimalText(int column, unsigned int type, DataTypes::DataValue& value);
 
-    // The bytes of the cell being read, for every reader that takes them as a
-    // ByteStore: one buffer for all cells and rows, so that a row costs no
-    // allocation beyond the buffers its Row takes over. It keeps the room of
-    // the longest value read, as the cells themselves do.
+    // The store every reader that takes a cell's bytes as a ByteStore uses:
+    // one buffer for all cells and rows, so that a row costs no allocation
+    // beyond the buffers its Row takes over. Reach it by scratchStore().
     ODBC::ByteStore scratch;
+    // The scratch store, emptied and with its room given back when a long
+    // value left more than 64 KiB of it.
+    ODBC::ByteStore& scratchStore();
 };
 
 }}} // namespace KORVEL::Orl::DB
