@@ -55,7 +55,8 @@ export TSAN_OPTIONS="suppressions=$repo/scripts/tsan.supp:halt_on_error=1:second
 run_ctest --test-dir build-tsan -L unit -j "$(nproc)"
 ORL_STRESS_ROWS=2000 run_ctest --test-dir build-tsan -R thread_stress_integration
 
-# Every parser of outside text under the fuzzer for a bounded time.
-bash scripts/fuzz.sh "${ORL_FUZZ_SECONDS:-60}"
+# Every parser of outside text, and the read paths over a driver that returns
+# what the fuzzer chooses, under the fuzzer for a bounded number of executions.
+bash scripts/fuzz.sh "${ORL_FUZZ_RUNS:-5000000}"
 
 echo "test programs: $passed passed, 0 failed"

@@ -101,6 +101,19 @@ TEST_F(ResultSetRead, FailuresThatCostTheRow) {
         EXPECT_EQ(1, rs->getData(RowDescriptor({5}), row)) << r.name;
         delete row;
     }
+    // Counts of a long read that no complete value can have: a count of what
+    // is left that doesn't shrink, and an unknown total on a read that calls
+    // itself complete. Both would be read again without end.
+    for (const char* column : {"col=t:12:20000:text:20000:lie=30000", "col=t:12:20:text:5:lie=-4"}) {
+        std::vector<Parameter> none;
+        ResultSet* failing = nullptr;
+        ASSERT_EQ(1, conn.executeQuery(column, none, 0, failing));
+        log.clear();
+        bool more = true;
+        EXPECT_EQ(3, failing->next(more)) << column;
+        ASSERT_EQ(1u, log.size()) << column;
+        EXPECT_EQ(0u, log[0].find("801012-3_ERROR_ITERATING_THROUGH_RESULT_SET|")) << log[0];
+    }
     // A column beyond the row: logged with its number.
     ResultSet* rs = open("col=s:12:5:text:5");
     log.clear();
