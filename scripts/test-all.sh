@@ -37,6 +37,9 @@ run_ctest() {
 run_ctest --test-dir build -L unit -j "$(nproc)"
 run_ctest --test-dir build -L integration
 
+# The SQLite integration tests under valgrind's memcheck.
+bash scripts/memcheck.sh build
+
 # Peak memory of a 5,000,000-row read against a 100,000-row one, both front ends.
 ./build/bench/memory/long_read --dsn orl_pg_cursor --small 100000 --large 5000000
 
