@@ -124,3 +124,29 @@ TEST_F(ResultSetRead, FailuresThatCostTheRow) {
 
 } // namespace
 } // namespace classicunit
+
+namespace classicunit {
+namespace {
+
+// A session the driver reports lost at the end of its transaction: commit and
+// rollback fail with their ids and the driver's words, and close still releases.
+TEST(ClassicLostSession, TransactionEndsFailWithTheDriversText) {
+    orltest::ScriptDsn::Instance();
+    std::vector<std::string> lines;
+    LogServiceImpl::setSink([&](const std::string& id, const std::string& t) { lines.push_back(id + "|" + t); });
+    {
+        OdbcConnection lost{orltest::ScriptDsn::kDsn, "", "lost", "pw", false};
+        ASSERT_EQ(1, lost.open()) << lost.lastErrors;
+        EXPECT_EQ(3, lost.commit());
+        EXPECT_EQ(3, lost.rollback());
+        ASSERT_EQ(2u, lines.size());
+        EXPECT_EQ(0u, lines[0].find("801002-3_ERROR_COMMITTING_TRANSACTION|")) << lines[0];
+        EXPECT_EQ(0u, lines[1].find("801003-3_ERROR_ROLLING_BACK_TRANSACTION|")) << lines[1];
+        for (const std::string& l : lines) EXPECT_NE(std::string::npos, l.find("[08S01]")) << l;
+        lost.close();
+    }
+    LogServiceImpl::setSink(nullptr);
+}
+
+} // namespace
+} // namespace classicunit
