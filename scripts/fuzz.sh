@@ -5,13 +5,13 @@
 #   scripts/fuzz.sh [runs per target]     (default 5000000, or ORL_FUZZ_RUNS)
 # ORL_FUZZ_MAX_SECONDS caps each target's time (default 600). The driver target
 # goes through the driver manager on every input and is run by time instead:
-# ORL_FUZZ_DRIVER_SECONDS (default 120).
+# ORL_FUZZ_DRIVER_SECONDS (default 150).
 # Build dir: build-fuzz (ORL_FUZZ_BUILD_DIR). Findings land in <build>/fuzz-artifacts/.
 set -euo pipefail
 repo="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd -P)"
 runs="${1:-${ORL_FUZZ_RUNS:-5000000}}"
 cap="${ORL_FUZZ_MAX_SECONDS:-600}"
-driver_seconds="${ORL_FUZZ_DRIVER_SECONDS:-120}"
+driver_seconds="${ORL_FUZZ_DRIVER_SECONDS:-150}"
 dir="$(realpath -m "${ORL_FUZZ_BUILD_DIR:-$repo/build-fuzz}")"
 jobs="${ORL_JOBS:-2}"
 targets=(format_fuzz conversion_fuzz text_fuzz driver_fuzz)
@@ -32,7 +32,9 @@ run_target() {
     local seeds=()
     [[ -d "$repo/tests/fuzz/$name/seeds" ]] && seeds=("$repo/tests/fuzz/$name/seeds")
     if [[ "$target" == driver_fuzz ]]; then
-        limit=(-max_total_time="$driver_seconds")
+        # The driver manager keeps memory from one input to the next, so a leak
+        # scan would follow every input; leaks are still looked for at exit.
+        limit=(-max_total_time="$driver_seconds" -detect_leaks=0)
     else
         limit=(-runs="$runs" -max_total_time="$cap")
     fi
