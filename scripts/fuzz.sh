@@ -16,8 +16,13 @@ dir="$(realpath -m "${ORL_FUZZ_BUILD_DIR:-$repo/build-fuzz}")"
 jobs="${ORL_JOBS:-2}"
 targets=(format_fuzz conversion_fuzz text_fuzz driver_fuzz)
 
+launcher=()
+if command -v ccache >/dev/null && [[ "${ORL_CCACHE:-1}" != 0 ]]; then
+    export CCACHE_BASEDIR="$repo"
+    launcher=(-DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+fi
 CC=clang CXX=clang++ cmake -S "$repo" -B "$dir" -G Ninja -DORL_FUZZ=ON -DORL_USE_TCMALLOC=OFF \
-    -DORL_BUILD_TESTS=ON -DORL_BUILD_BENCH=OFF ${ORL_CMAKE_FLAGS:-}
+    -DORL_BUILD_TESTS=ON -DORL_BUILD_BENCH=OFF "${launcher[@]}" ${ORL_CMAKE_FLAGS:-}
 # Only the fuzz targets: the rest of the tree is not built with the fuzzer flags.
 cmake --build "$dir" -j "$jobs" --target "${targets[@]}"
 
