@@ -89,6 +89,20 @@ SSLmode=disable
 Debug=0
 CommLog=0
 
+# The same database read through a server-side cursor, a block of rows at a
+# time, instead of the whole result at once: for memory measurements of long reads.
+[orl_pg_cursor]
+Description=ORL test database (PostgreSQL, cursor fetch)
+Driver=ORL PostgreSQL Unicode
+Servername=127.0.0.1
+Port=$ORL_PG_PORT
+Database=$ORL_DB_NAME
+SSLmode=disable
+UseDeclareFetch=1
+Fetch=1000
+Debug=0
+CommLog=0
+
 [orl_maria]
 Description=ORL test database (MariaDB)
 Driver=ORL MariaDB Unicode
