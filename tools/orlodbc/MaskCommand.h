@@ -20,7 +20,8 @@ struct MaskOptions {
 
 void addMaskOptions(CLI::App& app, MaskOptions& options);
 
-// 0 when the library gave a result, 1 when it gave its failure (explained on `err`).
+// 0 when the library gave a result, 1 when it gave its failure (explained on
+// `err`), 2 when the input was not understood.
 int runMask(const MaskOptions& options, std::ostream& out, std::ostream& err);
 
 } // namespace orlodbc

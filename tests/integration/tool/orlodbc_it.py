@@ -245,5 +245,30 @@ class QueryOutput(unittest.TestCase):
         self.assertEqual(["id\ts", "3\t", "4\tNULL"], lines)
 
 
+class Mask(unittest.TestCase):
+    def test_library_answers_and_their_explanations(self):
+        cases = [
+            # args, exit status, stdout, a word of the explanation on stderr
+            (["timestamp", "2026-11-21 08:00:00.125", "-m", "YYYY-MM-DD HH24:MI:SS.FF3", "-z", "Asia/Tokyo"], 0,
+             "2026-11-21 17:00:00.125", None),
+            (["timestamp", "1795248000125", "-m", "DD.MM.YYYY HH24:MI:SS.FF3"], 0, "21.11.2026 08:00:00.125", None),
+            (["date", "2026-11-21", "-m", "DD Mon YYYY"], 0, "21 Nov 2026", None),
+            (["bigdatetime", "0", "-m", "YYYY-MM-DD", "-z", "No/Such_Zone"], 1, "", "empty text"),
+            (["timestamp", "21.11.2026 08:00", "-m", "DD.MM.YYYY HH24:MI", "--parse"], 0,
+             "1795248000000\t2026-11-21 08:00:00.000 UTC", None),
+            (["timestamp", "2026-13-45", "-m", "YYYY-MM-DD", "--parse"], 1, "", "doesn't match"),
+            (["number", "-1234.5", "-m", "S999,999.00"], 0, "-1,234.50", None),
+            (["number", "12345678", "-m", "999.99"], 1, "#######", "row of '#'"),
+            (["unit", "3", "-m", "HOUR"], 0, "3 HOUR: 10800 seconds, 10800000000 microseconds", None),
+            (["unit", "3", "-m", "Hour"], 2, "", "no time unit"),
+        ]
+        for args, status, stdout, why in cases:
+            with self.subTest(args=args):
+                p = run(["mask"] + args, expect=status)
+                self.assertEqual(stdout, p.stdout.strip()[:len(stdout)] if stdout else p.stdout.strip())
+                if why:
+                    self.assertIn(why, p.stderr)
+
+
 if __name__ == "__main__":
     unittest.main(verbosity=2)
