@@ -109,12 +109,25 @@ void addStatements(CLI::App& app, Options& o) {
     app.add_option("--schema", o.schema, "schema for --tables and --columns");
 }
 
+// The driver installed beside the tool, else the one of the build it came from.
+std::string defaultDriver() {
+    char self[4096];
+    const ssize_t n = readlink("/proc/self/exe", self, sizeof self - 1);
+    if (n > 0) {
+        std::string dir(self, static_cast<size_t>(n));
+        dir.erase(dir.rfind('/'));
+        const std::string installed = dir + "/" + ORL_BIN_TO_LIB + "/" + ORL_DRIVER_FILE;
+        if (access(installed.c_str(), R_OK) == 0) return installed;
+    }
+    return ORL_DEFAULT_DRIVER;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
     Options o;
     const char* envDriver = std::getenv("ORL_DRIVER_PATH");
-    o.driverPath = envDriver && *envDriver ? envDriver : ORL_DEFAULT_DRIVER;
+    o.driverPath = envDriver && *envDriver ? envDriver : defaultDriver();
 
     CLI::App app{"Loads the ODBC driver library as the data server does and works through it.\n"
                  "Without a subcommand: connects and prints the database keyword, or runs --sql."};
