@@ -3,6 +3,7 @@
 #include <cctype>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <ostream>
 
 #include "datatypes/DataTypes.h"
@@ -66,8 +67,12 @@ std::string jsonValue(unsigned int type, const DataTypes::DataValue& value) {
     case kBoolean: return value.boolValue ? "true" : "false";
     case kFloat: {
         if (!std::isfinite(value.doubleValue)) return jsonString(cellText(type, value));
+        // The shortest text that reads back as the same double; 17 digits always do.
         char text[40];
-        std::snprintf(text, sizeof text, "%.17g", value.doubleValue);  // 17 digits read back as the same double
+        for (int digits = 15; digits <= 17; ++digits) {
+            std::snprintf(text, sizeof text, "%.*g", digits, value.doubleValue);
+            if (std::strtod(text, nullptr) == value.doubleValue) break;
+        }
         return text;
     }
     default: return jsonString(cellText(type, value));
