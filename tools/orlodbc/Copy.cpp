@@ -291,7 +291,7 @@ private:
         if (arrays_) {
             std::vector<const RowInternal2*> block;
             for (const RowPtr& r : pending_) block.push_back(r.get());
-            block.push_back(nullptr);
+            block.push_back(nullptr);  // the block ends at the first null row
             if (insert_->execute(block.data(), dst_.error()) == 0) {
                 done = true;
                 result_.arrays = true;
