@@ -34,8 +34,9 @@ std::string Progress::line(uint64_t rows, uint64_t total, double seconds, int wi
     std::snprintf(pct, sizeof pct, "%3d%% ", static_cast<int>(fraction * 100));
     std::string eta = rate > 0 && rows < total ? "  ETA " + clock((total - rows) / rate) : "";
     tail += eta;
-    // The bar takes what the terminal has left, within reason.
-    int room = width - static_cast<int>(tail.size()) - 8;
+    // The bar takes what the terminal has left beside the figures (and the
+    // last column, where a terminal would wrap), within reason.
+    int room = width - 1 - static_cast<int>(tail.size()) - 5 - 3;
     if (room > 40) room = 40;
     std::string bar;
     if (room >= 10) {
