@@ -615,8 +615,8 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
     std::ostringstream line;
     char rate[32];
     std::snprintf(rate, sizeof rate, "%.2f", seconds);
-    line << "copied " << rows << " rows from " << (o.from.dsn.empty() ? "source" : o.from.dsn) << " to "
-         << (o.to.dsn.empty() ? "target" : o.to.dsn) << "." << toTable << " in " << rate << " s ("
+    line << "copied " << rows << " rows from " << fromService.getPropertyValueAsString("DSN", "source") << " to "
+         << toService.getPropertyValueAsString("DSN", "target") << "." << toTable << " in " << rate << " s ("
          << grouped(seconds > 0 ? static_cast<uint64_t>(rows / seconds) : rows) << " rows/s, " << jobs
          << (jobs == 1 ? " job" : " jobs") << (arrays ? ", row arrays of " + batch : "") << ")";
     out << line.str() << std::endl;

@@ -160,9 +160,9 @@ int main(int argc, char** argv) {
     copyCmd->add_option("--batch", copy.batch, "rows per block transfer where the driver has them")
         ->check(CLI::PositiveNumber)
         ->capture_default_str();
-    auto* jobs = copyCmd->add_option("--jobs", copy.jobs, "parallel connections, each copying one key range")
-                     ->check(CLI::Range(1, 64))
-                     ->capture_default_str();
+    copyCmd->add_option("--jobs", copy.jobs, "parallel connections, each copying one key range")
+        ->check(CLI::Range(1, 64))
+        ->capture_default_str();
     copyCmd->add_option("--split-by", copy.splitBy, "integer key column that divides the rows among the jobs");
     copyCmd->add_flag("--verify", copy.verify, "read both sides back and compare row counts and checksums");
     std::string progress = "auto";
@@ -191,7 +191,6 @@ int main(int argc, char** argv) {
             std::cerr << "orlodbc: --jobs needs --split-by" << std::endl;
             return 2;
         }
-        (void)jobs;
         copy.progress = progress == "always" || (progress == "auto" && isatty(fileno(stderr)) == 1);
     }
 
