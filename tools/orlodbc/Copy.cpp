@@ -182,7 +182,7 @@ public:
             host_.driver()->releaseConnection(c_);
         }
     }
-    bool open(const DataService& service, std::string& why, DriverHost&) {
+    bool open(const DataService& service, std::string& why) {
         {
             std::lock_guard<std::mutex> lock(host_.factoryLock());
             c_ = host_.driver()->createConnection(service);
@@ -486,7 +486,7 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
 
     {
         ClassicLink dst(host);
-        if (!dst.open(toService, why, host)) {
+        if (!dst.open(toService, why)) {
             err << "orlodbc: target: " << why << std::endl;
             return 1;
         }
