@@ -46,6 +46,31 @@ int64_t readInt64(const void* value) {
     return v;
 }
 
+// A packed row comes from outside the library: each value to be bound must lie
+// behind the offset table and inside the size the row gives itself, or the bind
+// would read past the block.
+bool valueInsideRow(const unsigned char* base, uint32_t size, size_t tableEnd, int32_t offset, unsigned int word) {
+    if (offset < 0 || static_cast<size_t>(offset) < tableEnd || static_cast<uint32_t>(offset) >= size) return false;
+    const size_t room = size - static_cast<uint32_t>(offset);
+    const unsigned char* value = base + offset;
+    switch (typeOf(word)) {
+    case STRING:
+        return std::memchr(value, 0, room) != nullptr;
+    case BINARY:
+        return room >= 4 && getLengthFromPackedBinary(value) <= room - 4;
+    case DATE:
+    case TIMESTAMP:
+    case BIGDATETIME:
+    case TIME:
+        return room >= sizeof(int64_t);  // read as 64-bit counts whatever the size settings say
+    default: {
+        DataValue none;
+        none.isNull = false;
+        return getPackedSize(word, none) <= room;
+    }
+    }
+}
+
 struct MutexLock {
     explicit MutexLock(pthread_mutex_t& m) : mutex(m) { pthread_mutex_lock(&mutex); }
     ~MutexLock() { pthread_mutex_unlock(&mutex); }
@@ -179,6 +204,22 @@ int PreparedStatement2Odbc::execute(const RowInternal2* row, DBError* error) {
     }
     const unsigned char* base = reinterpret_cast<const unsigned char*>(row);
     const int64_t rowColumns = row ? static_cast<int64_t>(row->columnCount) : 0;
+    const size_t tableEnd = static_cast<size_t>(headerSize) + 4 * (static_cast<size_t>(rowColumns) + 1);
+    // Checked whole before anything is bound, so a bad row leaves the
+    // statement's bindings as they were for the next one.
+    if (row != nullptr && rowColumns > 0 && row->size < tableEnd) {
+        reportLibrary(error, "packed row shorter than its offset table");
+        return -1;
+    }
+    for (const DATA_XFER_SETTINGS& s : parameters) {
+        if (s.rowColumn < 0 || s.rowColumn >= rowColumns) continue;
+        int32_t offset;
+        std::memcpy(&offset, base + headerSize + 4 * s.rowColumn, sizeof offset);
+        if (offset != 0 && !valueInsideRow(base, row->size, tableEnd, offset, s.typeWord)) {
+            reportLibrary(error, "packed row value outside the row");
+            return -1;
+        }
+    }
     for (size_t i = 0; i < parameters.size(); ++i) {
         DATA_XFER_SETTINGS& s = parameters[i];
         // A binding to a column the row doesn't have reads as NULL.
