@@ -38,7 +38,7 @@ def conn_args(label, prefix=None):
 def run(args, expect=0):
     p = subprocess.run([ORLODBC] + args, capture_output=True, text=True, timeout=600)
     # Under the sanitizers a report may come with the very exit status a case expects.
-    for report in ("AddressSanitizer", "LeakSanitizer", "runtime error:"):
+    for report in ("AddressSanitizer", "LeakSanitizer", "ThreadSanitizer", "runtime error:"):
         if report in p.stderr:
             raise AssertionError("orlodbc %s: %s" % (" ".join(args), p.stderr))
     if expect is not None and p.returncode != expect:
