@@ -171,13 +171,19 @@ class Copy(unittest.TestCase):
             "SELECT x, 'n' || x, x / 7.0 FROM c",
             "INSERT INTO orl_tool_split VALUES (NULL, 'no key', NULL)")
         sums = {}
-        for jobs in ("1", "4"):
+        # A query source is split inside a derived table.
+        for jobs, source in (("1", None), ("4", None), ("3", "SELECT * FROM orl_tool_split WHERE 1 = 1")):
             extra = ["--create", "--drop-existing", "--verify", "--jobs", jobs, "--split-by", "id"]
-            p = self.copy("sqlite", "pg", "orl_tool_split", *extra)
+            if source:
+                p = run(["copy"] + conn_args("sqlite", "from") + conn_args("pg", "to") +
+                        ["--query", source, "--to-table", "orl_tool_split"] + extra)
+            else:
+                p = self.copy("sqlite", "pg", "orl_tool_split", *extra)
             self.assertIn("copied 5001 rows", p.stdout)
             self.assertIn(jobs + (" job)" if jobs == "1" else " jobs"), p.stdout)
             sums[jobs] = re.search(r"checksum ([0-9a-f]+)", p.stdout).group(1)
         self.assertEqual(sums["1"], sums["4"])
+        self.assertEqual(sums["1"], sums["3"])
 
     def test_progress_line_on_a_terminal_only(self):
         require(self, "sqlite", "sqlite_copy")
