@@ -381,6 +381,101 @@ std::string joinNames(const std::string& keyword, const std::vector<std::string>
     return out;
 }
 
+// The target's dialect, and with --create its table, made through its
+// classic connection. 0, or the exit status of a failure told on `err`.
+int prepareTarget(DriverHost& host, const DataService& toService, const std::string& toTable, const Shape& shape,
+                  const CopyOptions& o, std::string& toKeyword, std::ostream& err) {
+    std::string why;
+    ClassicLink dst(host);
+    if (!dst.open(toService, why)) {
+        err << "orlodbc: target: " << why << std::endl;
+        return 1;
+    }
+    toKeyword = dst.get()->getDriverProperty(Driver::PROPERTY_KEY_DATABASE_TYPE);
+    {
+        BulkLink target(host, "target");
+        if (!target.open(toService)) {
+            err << "orlodbc: " << target.why() << std::endl;
+            return 1;
+        }
+        toKeyword = dialectOf(toKeyword, target);
+    }
+    if (!o.create) return 0;
+    Connection* c = dst.get();
+    const std::string ddl = createTableSql(toKeyword, tableName(toKeyword, toTable), shape.names, shape.types);
+    std::vector<Parameter> none;
+    int count = 0;
+    bool ok;
+    if (ddl.empty()) {
+        ok = c->createTable(toTable, shape.names, shape.types, std::vector<bool>(shape.names.size(), false), true,
+                            o.dropExisting) == 1;
+    } else {
+        ok = (!o.dropExisting ||
+              c->executeUpdate("DROP TABLE IF EXISTS " + tableName(toKeyword, toTable), none, count) == 1) &&
+             c->executeUpdate(ddl, none, count) == 1;
+    }
+    if (!ok || c->commit() != 1) {
+        dst.failed(why);
+        err << "orlodbc: target: cannot create " << toTable << ": " << why << std::endl;
+        return 1;
+    }
+    return 0;
+}
+
+// The WHERE conditions of the jobs over the split key's MIN to MAX; none for
+// an empty source. False with the link's why().
+bool splitConditions(BulkLink& probe, const CopyOptions& o, const std::string& source,
+                     std::vector<std::string>& conditions) {
+    std::vector<int64_t> v(2);
+    std::vector<bool> nulls(2);
+    if (!readLongs(probe, "SELECT MIN(" + o.splitBy + "), MAX(" + o.splitBy + ") FROM " + source, v, nulls))
+        return false;
+    if (nulls[0] || nulls[1]) return true;
+    const std::vector<int64_t> starts = splitRanges(v[0], v[1], o.jobs);
+    for (size_t i = 0; i < starts.size(); ++i) {
+        std::string c = o.splitBy + " >= " + std::to_string(starts[i]);
+        c += i + 1 < starts.size() ? " AND " + o.splitBy + " < " + std::to_string(starts[i + 1])
+                                   : " AND " + o.splitBy + " <= " + std::to_string(v[1]);
+        // Rows without a key belong to the first job.
+        if (i == 0) c = "(" + c + ") OR " + o.splitBy + " IS NULL";
+        conditions.push_back(c);
+    }
+    return true;
+}
+
+// Both sides read back through the driver at once, each on its own
+// connection, and compared by row count and column checksums.
+int verifyCopy(DriverHost& host, const DataService& fromService, const std::string& sourceSql,
+               const DataService& toService, const std::string& targetSql, const Shape& shape, std::ostream& out,
+               std::ostream& err) {
+    BulkLink vsrc(host, "source"), vdst(host, "target");
+    if (!vsrc.open(fromService) || !vdst.open(toService)) {
+        err << "orlodbc: verify: " << (vsrc.why().empty() ? vdst.why() : vsrc.why()) << std::endl;
+        return 1;
+    }
+    TableChecksum a, b;
+    bool okA = false, okB = false;
+    std::thread reader([&] { okA = checksumOf(vsrc, sourceSql, a); });
+    okB = checksumOf(vdst, targetSql, b);
+    reader.join();
+    if (!okA || !okB) {
+        err << "orlodbc: verify: " << (okA ? vdst.why() : vsrc.why()) << std::endl;
+        return 1;
+    }
+    bool same = a.rows() == b.rows();
+    if (!same) err << "orlodbc: verify: the source has " << a.rows() << " rows, the target " << b.rows() << std::endl;
+    for (size_t j = 0; j < shape.names.size() && j < b.columnSums().size(); ++j) {
+        if (a.columnSums()[j] != b.columnSums()[j]) {
+            err << "orlodbc: verify: column " << shape.names[j] << " differs (" << typeToString(shape.types[j])
+                << " in the source)" << std::endl;
+            same = false;
+        }
+    }
+    if (!same) return 1;
+    out << "verified " << b.rows() << " rows, checksum " << b.text() << std::endl;
+    return 0;
+}
+
 } // namespace
 
 std::string createTableSql(const std::string& keyword, const std::string& quotedTable,
@@ -452,8 +547,7 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
     }
     const std::string toTable = o.toTable.empty() ? o.table : o.toTable;
 
-    // The target's dialect decides the quoting; its classic connection creates the table.
-    std::string why, toKeyword;
+    std::string toKeyword;  // the target's dialect: quoting and the tool's own CREATE TABLE
     const std::string source = sourceFrom(o);
     const std::string wholeSql = o.query.empty() ? "SELECT * FROM " + o.table : o.query;
 
@@ -484,66 +578,17 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
         }
     }
 
-    {
-        ClassicLink dst(host);
-        if (!dst.open(toService, why)) {
-            err << "orlodbc: target: " << why << std::endl;
-            return 1;
-        }
-        toKeyword = dst.get()->getDriverProperty(Driver::PROPERTY_KEY_DATABASE_TYPE);
-        {
-            BulkLink target(host, "target");
-            if (!target.open(toService)) {
-                err << "orlodbc: " << target.why() << std::endl;
-                return 1;
-            }
-            toKeyword = dialectOf(toKeyword, target);
-        }
-        if (o.create) {
-            Connection* c = dst.get();
-            const std::string ddl = createTableSql(toKeyword, tableName(toKeyword, toTable), shape.names, shape.types);
-            std::vector<Parameter> none;
-            int count = 0;
-            bool ok;
-            if (ddl.empty()) {
-                ok = c->createTable(toTable, shape.names, shape.types, std::vector<bool>(shape.names.size(), false),
-                                    true, o.dropExisting) == 1;
-            } else {
-                ok = (!o.dropExisting ||
-                      c->executeUpdate("DROP TABLE IF EXISTS " + tableName(toKeyword, toTable), none, count) == 1) &&
-                     c->executeUpdate(ddl, none, count) == 1;
-            }
-            if (!ok || c->commit() != 1) {
-                dst.failed(why);
-                err << "orlodbc: target: cannot create " << toTable << ": " << why << std::endl;
-                return 1;
-            }
-        }
-    }
+    const int prepared = prepareTarget(host, toService, toTable, shape, o, toKeyword, err);
+    if (prepared != 0) return prepared;
 
     // Work for the jobs: the whole source, or ranges of the split key.
     std::vector<std::string> conditions;
-    uint64_t total = 0;
-    if (!o.splitBy.empty() && o.jobs > 1) {
-        std::vector<int64_t> v(2);
-        std::vector<bool> nulls(2);
-        if (!readLongs(probe, "SELECT MIN(" + o.splitBy + "), MAX(" + o.splitBy + ") FROM " + source, v, nulls)) {
-            err << "orlodbc: " << probe.why() << std::endl;
-            return 1;
-        }
-        if (!nulls[0] && !nulls[1]) {
-            std::vector<int64_t> starts = splitRanges(v[0], v[1], o.jobs);
-            for (size_t i = 0; i < starts.size(); ++i) {
-                std::string c = o.splitBy + " >= " + std::to_string(starts[i]);
-                c += i + 1 < starts.size() ? " AND " + o.splitBy + " < " + std::to_string(starts[i + 1])
-                                           : " AND " + o.splitBy + " <= " + std::to_string(v[1]);
-                // Rows without a key belong to the first job.
-                if (i == 0) c = "(" + c + ") OR " + o.splitBy + " IS NULL";
-                conditions.push_back(c);
-            }
-        }
+    if (!o.splitBy.empty() && o.jobs > 1 && !splitConditions(probe, o, source, conditions)) {
+        err << "orlodbc: " << probe.why() << std::endl;
+        return 1;
     }
     if (conditions.empty()) conditions.push_back("");
+    uint64_t total = 0;
     if (o.query.empty()) {
         // Counting a table is cheap enough for a percentage; a query may not be.
         std::vector<int64_t> v(1);
@@ -622,36 +667,9 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
     out << line.str() << std::endl;
     if (!o.verify) return 0;
 
-    // Both sides read back through the driver at once, each on its own connection.
-    BulkLink vsrc(host, "source"), vdst(host, "target");
-    if (!vsrc.open(fromService) || !vdst.open(toService)) {
-        err << "orlodbc: verify: " << (vsrc.why().empty() ? vdst.why() : vsrc.why()) << std::endl;
-        return 1;
-    }
-    TableChecksum a, b;
-    bool okA = false, okB = false;
     const std::string targetSql =
         "SELECT " + joinNames(toKeyword, shape.names) + " FROM " + tableName(toKeyword, toTable);
-    std::thread reader([&] { okA = checksumOf(vsrc, wholeSql, a); });
-    okB = checksumOf(vdst, targetSql, b);
-    reader.join();
-    if (!okA || !okB) {
-        err << "orlodbc: verify: " << (okA ? vdst.why() : vsrc.why()) << std::endl;
-        return 1;
-    }
-    bool same = a.rows() == b.rows();
-    if (!same)
-        err << "orlodbc: verify: the source has " << a.rows() << " rows, the target " << b.rows() << std::endl;
-    for (size_t j = 0; j < shape.names.size() && j < b.columnSums().size(); ++j) {
-        if (a.columnSums()[j] != b.columnSums()[j]) {
-            err << "orlodbc: verify: column " << shape.names[j] << " differs (" << typeToString(shape.types[j])
-                << " in the source)" << std::endl;
-            same = false;
-        }
-    }
-    if (!same) return 1;
-    out << "verified " << b.rows() << " rows, checksum " << b.text() << std::endl;
-    return 0;
+    return verifyCopy(host, fromService, wholeSql, toService, targetSql, shape, out, err);
 }
 
 } // namespace orlodbc
