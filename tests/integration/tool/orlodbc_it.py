@@ -180,7 +180,7 @@ class Copy(unittest.TestCase):
             else:
                 p = self.copy("sqlite", "pg", "orl_tool_split", *extra)
             self.assertIn("copied 5001 rows", p.stdout)
-            self.assertIn(jobs + (" job)" if jobs == "1" else " jobs"), p.stdout)
+            self.assertRegex(p.stdout, r"\(.*, %s jobs?[,)]" % jobs)
             sums[jobs] = re.search(r"checksum ([0-9a-f]+)", p.stdout).group(1)
         self.assertEqual(sums["1"], sums["4"])
         self.assertEqual(sums["1"], sums["3"])
