@@ -113,6 +113,7 @@ private:
 
     int executeBound(DBError* error);
     int failGetData(SQLRETURN rc, DBError* error);
+    bool fixedLengthFits(unsigned int word, long length, DBError* error);
     void freeBlock(unsigned long column);
 
     std::string sql;

@@ -10,7 +10,7 @@ PACKAGES=(
     unixodbc unixodbc-dev odbcinst libsqliteodbc sqlite3 odbc-postgresql odbc-mariadb
     postgresql mariadb-server mariadb-client
     libicu-dev libgoogle-perftools-dev libgtest-dev libgmock-dev libbenchmark-dev
-    libcli11-dev libintelrdfpmath-dev clang libclang-rt-14-dev
+    libcli11-dev libintelrdfpmath-dev clang libclang-rt-14-dev valgrind ccache
 )
 
 missing=()
