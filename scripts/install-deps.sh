@@ -6,7 +6,7 @@ set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 
 PACKAGES=(
-    g++ cmake ninja-build pkg-config make git python3
+    g++ cmake ninja-build pkg-config make git python3 dpkg-dev
     unixodbc unixodbc-dev odbcinst libsqliteodbc sqlite3 odbc-postgresql odbc-mariadb
     postgresql mariadb-server mariadb-client
     libicu-dev libgoogle-perftools-dev libgtest-dev libgmock-dev libbenchmark-dev
