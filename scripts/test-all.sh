@@ -57,6 +57,8 @@ ORL_STRESS_ROWS=5000 run_ctest --test-dir build-asan
 export TSAN_OPTIONS="suppressions=$repo/scripts/tsan.supp:halt_on_error=1:second_deadlock_stack=1"
 run_ctest --test-dir build-tsan -L unit -j "$(nproc)"
 ORL_STRESS_ROWS=2000 run_ctest --test-dir build-tsan -R thread_stress_integration
+# orlodbc copy --jobs: one bulk connection pair per thread through the loaded driver.
+run_ctest --test-dir build-tsan -R orlodbc_integration
 
 # Every parser of outside text, and the read paths over a driver that returns
 # what the fuzzer chooses, under the fuzzer for a bounded number of executions.
