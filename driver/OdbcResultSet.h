@@ -30,7 +30,7 @@ public:
     int getColumnName(int column, std::string& name) override;
     int getColumnType(int column, unsigned int& type) override;
     // Dispatch by the low byte of the type word; 3 without a log line for a
-    // word no reader takes. String and binary buffers come from malloc and
+    // word no reader takes. String and binary buffers come from new[] and
     // belong to the caller.
     int getColumn(int column, unsigned int type, DataTypes::DataValue& value) override;
     int getColumnInt16(int column, DataTypes::DataValue& value) override;
