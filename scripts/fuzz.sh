@@ -3,14 +3,14 @@
 # executions, two at a time (one per core). Fails on a crash, a sanitizer report
 # or a broken invariant of a target, and prints each target's execution count.
 #   scripts/fuzz.sh [runs per target]     (default 5000000, or ORL_FUZZ_RUNS)
-# ORL_FUZZ_MAX_SECONDS caps each target's time (default 600). The driver target
+# ORL_FUZZ_MAX_SECONDS caps each target's time (default 400). The driver target
 # goes through the driver manager on every input and is run by time instead:
 # ORL_FUZZ_DRIVER_SECONDS (default 150).
 # Build dir: build-fuzz (ORL_FUZZ_BUILD_DIR). Findings land in <build>/fuzz-artifacts/.
 set -euo pipefail
 repo="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd -P)"
 runs="${1:-${ORL_FUZZ_RUNS:-5000000}}"
-cap="${ORL_FUZZ_MAX_SECONDS:-600}"
+cap="${ORL_FUZZ_MAX_SECONDS:-400}"
 driver_seconds="${ORL_FUZZ_DRIVER_SECONDS:-150}"
 dir="$(realpath -m "${ORL_FUZZ_BUILD_DIR:-$repo/build-fuzz}")"
 jobs="${ORL_JOBS:-2}"
