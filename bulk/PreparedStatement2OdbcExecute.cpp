@@ -6,6 +6,7 @@
 #include "bulk/PreparedStatement2Odbc.h"
 #include "bulk/RowInternal2.h"
 #include "bulk/internal/Report.h"
+#include "bulk/internal/RowBlock.h"
 #include "datatypes/DataTypes.h"
 
 namespace KORVEL { namespace Orl { namespace DB { namespace ODBC {
@@ -161,6 +162,7 @@ RowInternal2* PreparedStatement2Odbc::packValues(const std::vector<void*>& value
 }
 
 int PreparedStatement2Odbc::executeBound(DBError* error) {
+    if (rowBlock) rowBlock->fetched = 0;
     SQLRETURN rc = SQLExecute(stmt);
     if (rc == SQL_SUCCESS) {
         resultState = -1;

@@ -1,0 +1,77 @@
+// Block transfers against the scripted driver: how the two properties are
+// read, the fallback when the driver can't bind columns, and the parameter
+// arrays' chunks, statuses and failing rows.
+#include "BulkFixture.h"
+
+namespace bulktest {
+namespace {
+
+using namespace DataTypes;
+
+class Blocks : public Bulk {
+protected:
+    // A connection whose two block properties are `value` (null: unset).
+    Connection2Odbc* openWith(const char* value) {
+        open("orl", false);
+        if (value) {
+            connection->setConnectionProperty("FetchArraySize", value);
+            connection->setConnectionProperty("ParamArraySize", value);
+        }
+        EXPECT_EQ(0, connection->connect(&error)) << said(error);
+        return connection;
+    }
+};
+
+TEST_F(Blocks, PropertiesAreRowCountsAndAnythingElseLeavesBlocksOff) {
+    const std::pair<const char*, unsigned long> cases[] = {
+        {nullptr, 1}, {"", 1}, {"0", 1}, {"1", 1}, {"2", 2}, {"1024", 1024}, {"-5", 1}, {"8x", 1}, {" 8", 1},
+        {"65536", 65536}, {"65537", 65536}, {"99999999999999999999999", 65536},
+    };
+    for (const auto& c : cases) {
+        openWith(c.first);
+        EXPECT_EQ(c.second, connection->fetchArraySize()) << (c.first ? c.first : "unset");
+        EXPECT_EQ(c.second, connection->paramArraySize()) << (c.first ? c.first : "unset");
+        PreparedStatement2Odbc* st = prepare("col=a:4:10:num:7;rows=3");
+        ASSERT_NE(nullptr, st);
+        EXPECT_EQ(c.second > 1, st->readsBlocks()) << (c.first ? c.first : "unset");
+    }
+}
+
+TEST_F(Blocks, ADriverWithoutColumnBindingReadsRowByRow) {
+    // The scripted driver has no SQLBindCol: the first fetch finds out, puts
+    // the statement back to one row per fetch and reads on.
+    for (const char* value : {static_cast<const char*>(nullptr), "8"}) {
+        openWith(value);
+        size_t m = mark();
+        PreparedStatement2Odbc* st = query("col=a:4:10:num:7;col=b:12:10:text:3;rows=3");
+        ASSERT_NE(nullptr, st);
+        EXPECT_FALSE(st->readsBlocks());
+        const std::vector<std::string> attributes = since(m, "setstmtattr");
+        if (value) {
+            EXPECT_EQ((std::vector<std::string>{"setstmtattr attr=5 value=0", "setstmtattr attr=27 value=8",
+                                                "setstmtattr attr=26 value=" + attributes[2].substr(26),
+                                                "setstmtattr attr=25 value=" + attributes[3].substr(26),
+                                                "setstmtattr attr=27 value=1", "setstmtattr attr=26 value=0",
+                                                "setstmtattr attr=25 value=0"}),
+                      attributes);
+        } else {
+            EXPECT_TRUE(attributes.empty()) << "without the property nothing more is asked of the driver";
+        }
+        bool more = true;
+        for (int k = 0; k < 3; ++k) {
+            if (k) {
+                ASSERT_EQ(0, st->hasMoreData(more, &error)) << said(error);
+            }
+            ASSERT_TRUE(more);
+            RowPtr row(st->nextRow(&error));
+            ASSERT_NE(nullptr, row) << said(error);
+            EXPECT_EQ(7, *reinterpret_cast<int32_t*>(columnOf(row.get(), 0)));
+            EXPECT_STREQ("abc", reinterpret_cast<const char*>(columnOf(row.get(), 1)));
+        }
+        EXPECT_EQ(0, st->hasMoreData(more, &error));
+        EXPECT_FALSE(more);
+    }
+}
+
+} // namespace
+} // namespace bulktest
