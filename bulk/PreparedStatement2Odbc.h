@@ -126,10 +126,12 @@ private:
     RowInternal2* packBlockRow(DBError* error);
     int blockValues(std::vector<DataTypes::DataValue>& values, DBError* error);
     // Parameter arrays.
-    int executeArrays(const RowInternal2** rows, size_t count, DBError* error);
-    int executeChunk(const RowInternal2** rows, size_t first, size_t count, DBError* error);
+    int executeChunk(const RowInternal2* const* rows, size_t count, size_t first, DBError* error);
+    int runArrays(size_t count, size_t first, DBError* error);
 
     int executeBound(DBError* error);
+    // The packed value of the row that feeds parameter `s`; null for NULL.
+    const void* valueInRow(const RowInternal2* row, const DATA_XFER_SETTINGS& s) const;
     int failGetData(SQLRETURN rc, DBError* error);
     void freeBlock(unsigned long column);
 

@@ -28,7 +28,47 @@ long secondsOf(const SQL_TIMESTAMP_STRUCT& ts) {
     return tm2sec(&t);
 }
 
+// Seconds and a forward-counting fraction (in `unit`ths) of a signed count of
+// `unit`ths of a second: -1 ms is second -1 plus 999 ms.
+void splitUnits(int64_t value, int64_t unit, int64_t& seconds, int64_t& fraction) {
+    fraction = value % unit;
+    if (fraction < 0) fraction = -fraction;
+    seconds = value / unit;
+    if (value < 0 && fraction != 0) {
+        fraction = unit - fraction;
+        seconds = (value - fraction) / unit;
+    }
+}
+
 } // namespace
+
+bool timestampOf(unsigned int word, int64_t value, SQL_TIMESTAMP_STRUCT& ts) {
+    int64_t seconds = value, fraction = 0, nanosPerUnit = 0;
+    if (typeOf(word) == TIMESTAMP) {
+        splitUnits(value, 1000, seconds, fraction);
+        nanosPerUnit = 1000000;
+    } else if (typeOf(word) == BIGDATETIME) {
+        splitUnits(value, 1000000, seconds, fraction);
+        nanosPerUnit = 1000;
+    }
+    time_t t = static_cast<time_t>(seconds);
+    tm fields;
+    if (gmtime_r(&t, &fields) == nullptr) return false;
+    ts.year = static_cast<SQLSMALLINT>(fields.tm_year + 1900);
+    ts.month = static_cast<SQLUSMALLINT>(fields.tm_mon + 1);
+    ts.day = static_cast<SQLUSMALLINT>(fields.tm_mday);
+    ts.hour = static_cast<SQLUSMALLINT>(fields.tm_hour);
+    ts.minute = static_cast<SQLUSMALLINT>(fields.tm_min);
+    ts.second = static_cast<SQLUSMALLINT>(fields.tm_sec);
+    ts.fraction = static_cast<SQLUINTEGER>(fraction * nanosPerUnit);
+    return true;
+}
+
+void timeOf(int64_t value, SQL_TIME_STRUCT& t) {
+    t.hour = static_cast<SQLUSMALLINT>(value / 3600);
+    t.minute = static_cast<SQLUSMALLINT>((value % 3600) / 60);
+    t.second = static_cast<SQLUSMALLINT>(value % 60);
+}
 
 bool storeTimeValue(unsigned int word, const SQL_TIMESTAMP_STRUCT& ts, void* target) {
     int64_t value;

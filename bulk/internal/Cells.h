@@ -6,6 +6,8 @@
 #include <sql.h>
 #include <sqlext.h>
 
+#include <cstdint>
+
 namespace KORVEL { namespace Orl { namespace DB {
 class DBError;
 namespace ODBC {
@@ -25,5 +27,13 @@ bool storeTimeValue(unsigned int word, const SQL_TIMESTAMP_STRUCT& ts, void* tar
 // for a fixed decimal, 8 otherwise) and sets `length` to that room. A text
 // the parser refuses: source "dbaccess", its message, -1.
 int packDecimalText(unsigned int word, const char* text, void* target, long& length, DBError* error);
+
+// The ODBC timestamp of a DATE (seconds), TIMESTAMP (milliseconds) or
+// BIGDATETIME (microseconds) value by the low byte of `word`, in UTC; before
+// 1970 the fraction counts forward from the earlier whole second. False when
+// the C library can't split the seconds.
+bool timestampOf(unsigned int word, int64_t value, SQL_TIMESTAMP_STRUCT& ts);
+// The ODBC time of a TIME value, seconds of the day.
+void timeOf(int64_t value, SQL_TIME_STRUCT& t);
 
 }}}} // namespace KORVEL::Orl::DB::ODBC

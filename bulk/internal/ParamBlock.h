@@ -21,6 +21,9 @@ struct ParamBlock {
     std::vector<ParamColumn> columns;
     std::vector<SQLUSMALLINT> status;  // SQL_ATTR_PARAM_STATUS_PTR
     SQLULEN processed = 0;             // SQL_ATTR_PARAMS_PROCESSED_PTR
+    // SQLite's driver takes the first row's length for every binary of an
+    // array: there, rows with a binary parameter go one at a time.
+    bool sharedBinaryLengths = false;
 };
 
 }}}} // namespace KORVEL::Orl::DB::ODBC

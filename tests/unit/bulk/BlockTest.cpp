@@ -3,6 +3,8 @@
 // arrays' chunks, statuses and failing rows.
 #include "BulkFixture.h"
 
+#include <cstring>
+
 namespace bulktest {
 namespace {
 
@@ -70,6 +72,46 @@ TEST_F(Blocks, ADriverWithoutColumnBindingReadsRowByRow) {
         }
         EXPECT_EQ(0, st->hasMoreData(more, &error));
         EXPECT_FALSE(more);
+    }
+}
+
+TEST_F(Blocks, ArraysGoInChunksAndNameTheFailingRow) {
+    openWith("4");
+    DataValue text;
+    text.stringValue = const_cast<char*>("abc");
+    text.isNull = false;
+    // Nine rows of (integer, text); every third text is NULL.
+    std::vector<RowPtr> rows;
+    std::vector<const RowInternal2*> list;
+    for (int64_t k = 0; k < 9; ++k) {
+        DataValue t = text;
+        t.isNull = k % 3 == 2;
+        rows.push_back(makeRow({{LONG, int64Value(k)}, {STRING, t}}));
+        list.push_back(rows.back().get());
+    }
+    list.push_back(nullptr);
+    std::vector<int> columns = {0, 1};
+    const unsigned int words[] = {LONG, STRING};
+    for (const char* sql : {"insert ? ?", "insert ? ?;failrow=2"}) {
+        PreparedStatement2Odbc* st = prepare(sql);
+        ASSERT_NE(nullptr, st);
+        ASSERT_EQ(0, st->setBindings(columns, words, &error));
+        size_t m = mark();
+        if (std::strstr(sql, "failrow")) {
+            EXPECT_EQ(-1, st->execute(list.data(), &error));
+            const std::string text = said(error);
+            EXPECT_EQ(" (row 2)", text.substr(text.size() - 8)) << text;
+            EXPECT_EQ(since(m, "execute param=2"), (std::vector<std::string>{"execute param=2 paramset=4 ind= 3 3 -1 3"}));
+            continue;
+        }
+        ASSERT_EQ(0, st->execute(list.data(), &error)) << said(error);
+        EXPECT_EQ(since(m, "execute param=2"), (std::vector<std::string>{"execute param=2 paramset=4 ind= 3 3 -1 3",
+                                                                        "execute param=2 paramset=4 ind= 3 -1 3 3",
+                                                                        "execute param=2 paramset=1 ind= -1"}));
+        // A single row afterwards is one row again.
+        m = mark();
+        ASSERT_EQ(0, st->execute(list[0], &error)) << said(error);
+        EXPECT_EQ(since(m, "execute param=2"), (std::vector<std::string>{"execute param=2 paramset=1 ind= 3"}));
     }
 }
 
