@@ -302,6 +302,37 @@ TEST_P(BulkBlock, ReadsTheSameRowsAsOneRowPerFetch) {
             }
         }
     }
+    // A query run again with new values closes its cursor, which unbinds the
+    // block's columns: they are bound again at the next fetch.
+    auto again = [this](Connection2* c) {
+        std::vector<std::string> out;
+        PreparedStatement* st =
+            c->createPreparedStatement("SELECT id, i, s, ts FROM bulk_blk WHERE id >= ? ORDER BY id", error);
+        EXPECT_NE(nullptr, st) << said(error);
+        if (!st) return out;
+        for (int from : {1480, 1490, 1499}) {
+            std::vector<DataValue> values(1);
+            values[0].int32Value = from;
+            values[0].isNull = false;
+            std::vector<unsigned int> words = {INTEGER};
+            bool more = false;
+            EXPECT_EQ(0, st->execute(values, words, error)) << said(error);
+            EXPECT_EQ(0, st->nextResultSet(more, error)) << said(error);
+            while (st->hasMoreData(more, error) == 0 && more) {
+                RowPtr row(st->nextRow(error));
+                out.push_back(row ? std::string(reinterpret_cast<const char*>(row.get()), rowSize(row.get()))
+                                  : failure(error));
+            }
+        }
+        c->releaseStatement(st, error);
+        return out;
+    };
+    const std::vector<std::string> want = again(plain);
+    EXPECT_EQ(20u + 10u + 1u, want.size());
+    Connection2* c = openWith(d, 7);
+    ASSERT_NE(nullptr, c);
+    EXPECT_EQ(want, again(c));
+    c->disconnect(true, error);
     run(plain, "DROP TABLE bulk_blk");
     EXPECT_EQ(0, plain->commit(error)) << said(error);
 }
