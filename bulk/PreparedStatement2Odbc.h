@@ -130,6 +130,9 @@ private:
     int runArrays(size_t count, size_t first, DBError* error);
 
     int executeBound(DBError* error);
+    // A row whose offsets or values lie outside its own size: "packed row
+    // shorter than its offset table" or "packed row value outside the row", -1.
+    int checkRow(const RowInternal2* row, DBError* error) const;
     // The packed value of the row that feeds parameter `s`; null for NULL.
     const void* valueInRow(const RowInternal2* row, const DATA_XFER_SETTINGS& s) const;
     int failGetData(SQLRETURN rc, DBError* error);

@@ -144,6 +144,16 @@ int PreparedStatement2Odbc::execute(const RowInternal2** rows, DBError* error) {
 // the call, and runs them.
 int PreparedStatement2Odbc::executeChunk(const RowInternal2* const* rows, size_t count, size_t first,
                                          DBError* error) {
+    // A spoilt row ends the chunk; the rows before it go in first, as they
+    // would one at a time.
+    for (size_t r = 0; r < count; ++r) {
+        if (checkRow(rows[r], nullptr) == 0) continue;
+        const int result = r ? executeChunk(rows, r, first, error) : 0;
+        if (result != 0) return result;
+        checkRow(rows[r], error);
+        reportRow(error, first + r);
+        return -1;
+    }
     ParamBlock& pb = *paramBlock;
     pb.columns.resize(parameters.size());
     for (size_t i = 0; i < parameters.size(); ++i) {

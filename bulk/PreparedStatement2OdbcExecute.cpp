@@ -22,6 +22,31 @@ int64_t readInt64(const void* value) {
     return v;
 }
 
+// A packed row comes from outside the library: each value to be bound must lie
+// behind the offset table and inside the size the row gives itself, or the bind
+// would read past the block.
+bool valueInsideRow(const unsigned char* base, uint32_t size, size_t tableEnd, int32_t offset, unsigned int word) {
+    if (offset < 0 || static_cast<size_t>(offset) < tableEnd || static_cast<uint32_t>(offset) >= size) return false;
+    const size_t room = size - static_cast<uint32_t>(offset);
+    const unsigned char* value = base + offset;
+    switch (typeOf(word)) {
+    case STRING:
+        return std::memchr(value, 0, room) != nullptr;
+    case BINARY:
+        return room >= 4 && getLengthFromPackedBinary(value) <= room - 4;
+    case DATE:
+    case TIMESTAMP:
+    case BIGDATETIME:
+    case TIME:
+        return room >= sizeof(int64_t);  // read as 64-bit counts whatever the size settings say
+    default: {
+        DataValue none;
+        none.isNull = false;
+        return getPackedSize(word, none) <= room;
+    }
+    }
+}
+
 struct MutexLock {
     explicit MutexLock(pthread_mutex_t& m) : mutex(m) { pthread_mutex_lock(&mutex); }
     ~MutexLock() { pthread_mutex_unlock(&mutex); }
@@ -133,6 +158,28 @@ const void* PreparedStatement2Odbc::valueInRow(const RowInternal2* row, const DA
     return offset > 0 ? base + offset : nullptr;
 }
 
+int PreparedStatement2Odbc::checkRow(const RowInternal2* row, DBError* error) const {
+    const unsigned char* base = reinterpret_cast<const unsigned char*>(row);
+    const int64_t rowColumns = row ? static_cast<int64_t>(row->columnCount) : 0;
+    const size_t tableEnd = static_cast<size_t>(headerSize) + 4 * (static_cast<size_t>(rowColumns) + 1);
+    // Checked whole before anything is bound, so a bad row leaves the
+    // statement's bindings as they were for the next one.
+    if (row != nullptr && rowColumns > 0 && row->size < tableEnd) {
+        reportLibrary(error, "packed row shorter than its offset table");
+        return -1;
+    }
+    for (const DATA_XFER_SETTINGS& s : parameters) {
+        if (s.rowColumn < 0 || s.rowColumn >= rowColumns) continue;
+        int32_t offset;
+        std::memcpy(&offset, base + headerSize + 4 * s.rowColumn, sizeof offset);
+        if (offset != 0 && !valueInsideRow(base, row->size, tableEnd, offset, s.typeWord)) {
+            reportLibrary(error, "packed row value outside the row");
+            return -1;
+        }
+    }
+    return 0;
+}
+
 int PreparedStatement2Odbc::executeBound(DBError* error) {
     if (rowBlock) rowBlock->fetched = 0;
     SQLRETURN rc = SQLExecute(stmt);
@@ -151,6 +198,7 @@ int PreparedStatement2Odbc::execute(const RowInternal2* row, DBError* error) {
         reportLibrary(error, "No param binding in effect");
         return -1;
     }
+    if (checkRow(row, error) != 0) return -1;
     for (size_t i = 0; i < parameters.size(); ++i) {
         DATA_XFER_SETTINGS& s = parameters[i];
         int result = bindParameter(i, valueInRow(row, s), s.typeWord, error);

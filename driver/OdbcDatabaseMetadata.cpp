@@ -44,6 +44,10 @@ public:
     ScanHolder& operator=(const ScanHolder&) = delete;
     OdbcCatalog* operator->() const { return scan; }
     OdbcCatalog* get() const { return scan; }
+    void reset() {
+        delete scan;
+        scan = nullptr;
+    }
 
 private:
     OdbcCatalog* scan;
@@ -284,6 +288,8 @@ int OdbcDatabaseMetadata::getTableAllColumnInfo(const std::string& schema, const
         }
         // Keyed by the argument, not TABLE_NAME: a pattern gathers all its matches here.
         bySchema.emplace(table, std::move(found));
+        // Closed before the key scan: some drivers allow one active statement per connection.
+        scan.reset();
         return updatePrimaryKeyInfo(schema, table);
     });
 }

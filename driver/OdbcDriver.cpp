@@ -1,5 +1,6 @@
 #include "driver/OdbcDriver.h"
 
+#include <memory>
 #include <new>
 
 #include "bulk/Connection2Odbc.h"
@@ -55,12 +56,17 @@ int OdbcDriver::releaseError(DBError* error) {
 
 Connection2* OdbcDriver::createConnection2(const DataService& service, DBError* error) {
     try {
-        if (env2 == nullptr) {
-            // Kept even when initialize fails: the failure is reported once, to
-            // the caller that met it, and later calls go on with this one.
-            env2 = new ODBC::Env2Odbc();
-            if (env2->initialize(error) != 0) return nullptr;
-        }
+        // Threads whose first bulk connections come at once all wait here until
+        // one of them has made the environment whole; none sees a half-made one.
+        // Kept even when initialize fails: the failure is reported once, to the
+        // caller that met it, and later calls go on with this one.
+        bool failed = false;
+        std::call_once(env2Once, [&] {
+            std::unique_ptr<ODBC::Env2Odbc> made(new ODBC::Env2Odbc());
+            failed = made->initialize(error) != 0;
+            env2 = made.release();
+        });
+        if (failed) return nullptr;
         std::string dsn = service.getPropertyValueAsString("DSN", "");
         std::string user = service.getPropertyValueAsString("User", "");
         std::string password = service.getPropertyValueAsString("Password", "");

@@ -2,6 +2,8 @@
 // share nothing through it; bulk connections share one environment made on
 // first use.
 #pragma once
+#include <mutex>
+
 #include "host/Driver.h"
 
 namespace KORVEL { namespace Orl { namespace DB {
@@ -32,6 +34,7 @@ public:
 
 private:
     ODBC::Env2Odbc* env2;  // bulk environment; null until the first bulk connection
+    std::once_flag env2Once;  // makes env2 once, whichever thread comes first
 };
 
 }}} // namespace KORVEL::Orl::DB

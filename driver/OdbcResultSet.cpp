@@ -131,8 +131,10 @@ int OdbcResultSet::getData(const RowDescriptor& descriptor, Row*& row) {
         try {
             row->addColumn(type, value, owned);
         } catch (...) {
-            if (owned && !value.isNull) std::free(type == kString ? static_cast<void*>(value.stringValue)
-                                                                  : static_cast<void*>(value.binaryValue.data));
+            if (owned && !value.isNull) {
+                if (type == kString) delete[] value.stringValue;
+                else delete[] value.binaryValue.data;
+            }
             delete row;
             row = nullptr;
             return kFailed;
@@ -281,8 +283,8 @@ int OdbcResultSet::getColumnString(int column, DataValue& value) {
     int s = settle(col->GetData(&store), column, col, value);
     if (s != kGoOn) return s;
     unsigned int length = store.Size();
-    // malloc, not new[]: the host's Row and the type core free these with free.
-    char* text = static_cast<char*>(std::malloc(static_cast<size_t>(length) + 1));
+    // new[]: the host's Row releases what it takes over with delete[].
+    char* text = new (std::nothrow) char[static_cast<size_t>(length) + 1];
     if (text == nullptr) {
         LogServiceImpl::log(kErrColumnValue, ColumnText(column).text, "");
         return kFailed;
@@ -302,7 +304,7 @@ int OdbcResultSet::getColumnBinary(int column, DataValue& value) {
     int s = settle(col->GetData(&store), column, col, value);
     if (s != kGoOn) return s;
     unsigned int length = store.Size();
-    unsigned char* bytes = static_cast<unsigned char*>(std::malloc(length ? length : 1));
+    unsigned char* bytes = new (std::nothrow) unsigned char[length];
     if (bytes == nullptr) {
         LogServiceImpl::log(kErrColumnValue, ColumnText(column).text, "");
         return kFailed;

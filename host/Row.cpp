@@ -1,7 +1,5 @@
 #include "host/Row.h"
 
-#include <cstdlib>
-
 namespace KORVEL { namespace Orl { namespace DB {
 
 namespace {
@@ -15,8 +13,8 @@ Row::~Row() {
     for (Cell& c : columns_) {
         if (!c.owned || c.value.isNull) continue;
         unsigned int t = c.type & 0xFF;
-        if (t == kString) std::free(c.value.stringValue);
-        else if (t == kBinary) std::free(c.value.binaryValue.data);
+        if (t == kString) delete[] c.value.stringValue;
+        else if (t == kBinary) delete[] c.value.binaryValue.data;
     }
 }
 

@@ -14,8 +14,9 @@ public:
     Row(const Row&) = delete;
     Row& operator=(const Row&) = delete;
 
-    // Appends a column. With takeOwnership the row frees (with free) the
-    // string or binary bytes the value points to when it dies.
+    // Appends a column. With takeOwnership the row releases (with delete[]) the
+    // string or binary bytes the value points to when it dies, so the driver
+    // hands over buffers from new[].
     void addColumn(unsigned int type, const DataTypes::DataValue& value, bool takeOwnership);
 
     int getNumColumns() const { return static_cast<int>(columns_.size()); }

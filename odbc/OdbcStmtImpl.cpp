@@ -112,8 +112,8 @@ e_Status OdbcStmtImpl::Bind() {
         if (batchSize > 0) {
             SQLUSMALLINT* fresh = new (std::nothrow) SQLUSMALLINT[static_cast<size_t>(batchSize)];
             if (fresh == nullptr) return GetStatus(-1);
-            // A row the driver doesn't report reads as a failure, not as a success.
-            for (int row = 0; row < batchSize; ++row) fresh[row] = SQL_PARAM_UNUSED;
+            // Marked unwritten; Execute settles what the driver leaves so.
+            for (int row = 0; row < batchSize; ++row) fresh[row] = kStatusUnwritten;
             delete[] paramStatus;
             paramStatus = fresh;
             paramStatusRows = batchSize;
@@ -145,7 +145,18 @@ e_Status OdbcStmtImpl::Execute() {
     if (status != Status_Ok) return status;
     status = Bind();
     if (status != Status_Ok) return status;
-    return GetStatus(this, SQLExecute(hstmt));
+    SQLRETURN rc = SQLExecute(hstmt);
+    SettleUnwrittenStatuses(rc);
+    return GetStatus(this, rc);
+}
+
+// Some drivers (SQLite's) never write the parameter status array. A batch whose
+// execution came back clean stored every row such a driver left unreported;
+// after anything less than that, an unreported row can't be vouched for.
+void OdbcStmtImpl::SettleUnwrittenStatuses(SQLRETURN rc) {
+    if (!batch || paramStatus == nullptr) return;
+    for (int row = 0; row < paramStatusRows; ++row)
+        if (paramStatus[row] == kStatusUnwritten) paramStatus[row] = rc == SQL_SUCCESS ? SQL_PARAM_SUCCESS : SQL_PARAM_UNUSED;
 }
 
 e_Status OdbcStmtImpl::Close() { return GetStatus(this, SQLFreeStmt(hstmt, SQL_CLOSE)); }

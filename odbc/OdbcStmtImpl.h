@@ -41,6 +41,10 @@ public:
 
 private:
     void ReleaseParamStatus();
+    void SettleUnwrittenStatuses(SQLRETURN rc);
+
+    // No driver writes this into a status array: it marks the entries left alone.
+    static constexpr SQLUSMALLINT kStatusUnwritten = 0xFFFF;
 
     bool prepared;
     std::string sql;

@@ -115,7 +115,7 @@ maria_start() {
             --bind-address=127.0.0.1 --port="$ORL_MARIA_PORT" --socket="$MARIA_SOCK" \
             --pid-file="$MARIA_PID" --tmpdir="$MARIA_DIR/tmp" --skip-name-resolve \
             --character-set-server=utf8mb4 --collation-server=utf8mb4_general_ci \
-            --innodb-flush-log-at-trx-commit=2 \
+            --innodb-flush-log-at-trx-commit=2 --max-allowed-packet=256M \
             </dev/null >>"$MARIA_LOG" 2>&1 &
         pid=$!
     fi

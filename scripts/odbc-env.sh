@@ -65,6 +65,13 @@ Driver=$maria_drv
 Threading=0
 INI
 
+# One SQLite file per thread for the thread tests: a file takes one writer at a time.
+thread_dsns=""
+for t in 0 1 2 3 4 5 6 7; do
+    thread_dsns+="$(printf '\n[orl_sqlite_t%s]\nDescription=ORL thread test database %s (SQLite3)\nDriver=ORL SQLite3\nDatabase=%s' \
+        "$t" "$t" "$ORL_RUN_DIR/sqlite/thread$t.db")"$'\n'
+done
+
 # No user or password here: the library hands both to SQLConnect.
 write_file "$odbc_dir/odbc.ini" <<INI
 [orl_sqlite]
@@ -82,12 +89,27 @@ SSLmode=disable
 Debug=0
 CommLog=0
 
+# The same database read through a server-side cursor, a block of rows at a
+# time, instead of the whole result at once: for memory measurements of long reads.
+[orl_pg_cursor]
+Description=ORL test database (PostgreSQL, cursor fetch)
+Driver=ORL PostgreSQL Unicode
+Servername=127.0.0.1
+Port=$ORL_PG_PORT
+Database=$ORL_DB_NAME
+SSLmode=disable
+UseDeclareFetch=1
+Fetch=1000
+Debug=0
+CommLog=0
+
 [orl_maria]
 Description=ORL test database (MariaDB)
 Driver=ORL MariaDB Unicode
 SERVER=127.0.0.1
 PORT=$ORL_MARIA_PORT
 DATABASE=$ORL_DB_NAME
+$thread_dsns
 INI
 
 # ODBCINSTINI would rename odbcinst.ini and ODBCSEARCH would skip one of the DSN files.

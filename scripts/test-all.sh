@@ -8,6 +8,7 @@ cd "$repo"
 bash scripts/install-deps.sh
 bash scripts/build.sh release
 bash scripts/build.sh asan
+bash scripts/build.sh tsan
 
 . scripts/odbc-env.sh
 trap 'bash scripts/db-stop.sh all || true' EXIT
@@ -36,12 +37,23 @@ run_ctest() {
 run_ctest --test-dir build -L unit -j "$(nproc)"
 run_ctest --test-dir build -L integration
 
+# Peak memory of a 5,000,000-row read against a 100,000-row one, both front ends.
+./build/bench/memory/long_read --dsn orl_pg_cursor --small 100000 --large 5000000
+
 # Leaks inside the databases' own ODBC drivers and the driver manager are
 # theirs, not ours; everything of this project is still checked.
 export LSAN_OPTIONS="suppressions=$repo/scripts/lsan.supp:print_suppressions=0"
 export ASAN_OPTIONS="detect_leaks=1:abort_on_error=0"
 export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
-run_ctest --test-dir build-asan
+# The thread test writes 50,000 rows a thread in the plain build; fewer under
+# the sanitizers, which multiply the cost of every call.
+ORL_STRESS_ROWS=5000 run_ctest --test-dir build-asan
+
+# The race detector over the unit tests and the thread test. Its suppressions
+# name only the databases' ODBC drivers and the driver manager.
+export TSAN_OPTIONS="suppressions=$repo/scripts/tsan.supp:halt_on_error=1:second_deadlock_stack=1"
+run_ctest --test-dir build-tsan -L unit -j "$(nproc)"
+ORL_STRESS_ROWS=2000 run_ctest --test-dir build-tsan -R thread_stress_integration
 
 # Every parser of outside text under the fuzzer for a bounded time.
 bash scripts/fuzz.sh "${ORL_FUZZ_SECONDS:-60}"

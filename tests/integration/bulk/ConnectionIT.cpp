@@ -3,6 +3,9 @@
 // which SQL types become which type words.
 #include "BulkFixture.h"
 
+#include <atomic>
+#include <thread>
+
 
 namespace bulkit {
 namespace {
@@ -150,6 +153,43 @@ TEST_P(BulkPerDsn, SqlTypesBecomeTypeWords) {
     EXPECT_EQ(0, c->releaseStatement(st, error));
     run(c, "DROP TABLE bulk_types");
     EXPECT_EQ(0, c->commit(error)) << said(error);
+}
+
+// The shared bulk environment is made on the first createConnection2; threads
+// that all arrive first must each get a working connection, and only one
+// environment may come of it (the sanitizer build reports a second one as a leak).
+TEST_P(BulkPerDsn, FirstBulkConnectionsOfManyThreadsAtOnce) {
+    const orltest::TestDsn& d = GetParam();
+    constexpr int kThreads = 8, kRounds = 10;
+    for (int round = 0; round < kRounds; ++round) {
+        orltest::DriverLoader fresh;  // a new driver: no environment yet
+        ASSERT_NE(nullptr, fresh.driver()) << fresh.error();
+        std::atomic<int> waiting{kThreads};
+        std::vector<std::string> failures(kThreads);
+        std::vector<std::thread> threads;
+        for (int t = 0; t < kThreads; ++t) {
+            threads.emplace_back([&, t] {
+                DBError* e = fresh.driver()->createError("svc");
+                DataService service("svc");
+                service.setProperty("DSN", d.dsn);
+                service.setProperty("User", d.user);
+                service.setProperty("Password", d.password);
+                if (--waiting > 0)
+                    while (waiting.load() > 0) std::this_thread::yield();
+                Connection2* c = fresh.driver()->createConnection2(service, e);
+                if (c == nullptr)
+                    failures[t] = "create: " + said(e);
+                else if (c->connect(e) != 0)
+                    failures[t] = "connect: " + said(e);
+                else
+                    c->disconnect(true, e);
+                if (c) fresh.driver()->releaseConnection2(c, e);
+                fresh.driver()->releaseError(e);
+            });
+        }
+        for (std::thread& th : threads) th.join();
+        for (int t = 0; t < kThreads; ++t) EXPECT_EQ("", failures[t]) << "round " << round << " thread " << t;
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Dsn, BulkPerDsn, ::testing::ValuesIn(orltest::testDsns()),

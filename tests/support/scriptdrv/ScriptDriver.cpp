@@ -21,7 +21,10 @@
 // Every '?' is a parameter marker, described as SQL_VARCHAR of size 10.
 // User name at connect: "info" succeeds with info, "norecord" fails without a
 // record, "dbms=NAME" reports NAME as the DBMS name, "lost" makes every
-// SQLEndTran fail with 08S01, "stuck" makes SQLDisconnect fail with 25000 until an SQLEndTran.
+// SQLEndTran fail with 08S01, "stuck" makes SQLDisconnect fail with 25000 until an SQLEndTran,
+// "single" allows one active statement per connection: executing or scanning while
+// another statement's cursor is open (until SQLFreeStmt SQL_CLOSE or its release)
+// fails with HY000.
 // At SQLExecute each bound timestamp, time, text or binary parameter is also
 // written as a "value param=N ..." line.
 #include <sql.h>
@@ -94,6 +97,7 @@ struct Stmt : Handle {
     SQLUSMALLINT* paramStatus = nullptr;
     std::vector<SQLLEN> offsets;  // bytes handed out of each column this row
     std::vector<int> calls;
+    bool cursorOpen = false;
 };
 
 void Record(const char* format, ...) {
@@ -192,6 +196,14 @@ const Result* CurrentResult(Stmt* st) {
 SQLRETURN Fail(Handle* h, const char* state, const std::string& message) {
     h->diags.push_back({state, message, 42});
     return SQL_ERROR;
+}
+
+// In "single" mode, whether another statement of the connection still has its cursor open.
+bool BusyElsewhere(const Stmt* st) {
+    if (st->owner == nullptr || st->owner->user != "single") return false;
+    for (const Handle* h : st->owner->statements)
+        if (h != st && static_cast<const Stmt*>(h)->cursorOpen) return true;
+    return false;
 }
 
 std::string ColumnBytes(const Column& c) {
@@ -406,6 +418,7 @@ SQLRETURN SQL_API SQLSetStmtAttr(SQLHSTMT hstmt, SQLINTEGER attribute, SQLPOINTE
 SQLRETURN SQL_API SQLExecute(SQLHSTMT hstmt) {
     Stmt* st = static_cast<Stmt*>(hstmt);
     st->diags.clear();
+    if (BusyElsewhere(st)) return Fail(st, "HY000", "connection is busy with results for another statement");
     st->current = 0;
     ResetCursor(st);
     // Each parameter of each row as the driver would read it: its indicator.
@@ -446,6 +459,7 @@ SQLRETURN SQL_API SQLExecute(SQLHSTMT hstmt) {
         for (SQLULEN r = 0; r < st->paramsetSize; ++r)
             st->paramStatus[r] = static_cast<long>(r) == st->failRow ? SQL_PARAM_ERROR : SQL_PARAM_SUCCESS;
     }
+    st->cursorOpen = !st->results.empty();
     return st->failRow >= 0 ? SQL_SUCCESS_WITH_INFO : SQL_SUCCESS;
 }
 
@@ -580,7 +594,10 @@ SQLRETURN SQL_API SQLRowCount(SQLHSTMT hstmt, SQLLEN* count) {
 
 SQLRETURN SQL_API SQLFreeStmt(SQLHSTMT hstmt, SQLUSMALLINT option) {
     Stmt* st = static_cast<Stmt*>(hstmt);
-    if (option == SQL_CLOSE) ResetCursor(st);
+    if (option == SQL_CLOSE) {
+        ResetCursor(st);
+        st->cursorOpen = false;
+    }
     if (option == SQL_RESET_PARAMS) {
         st->bound.clear();
         st->data.clear();
@@ -603,6 +620,9 @@ static SQLRETURN Catalog(SQLHSTMT hstmt, const char* name, int count, ...) {
     }
     va_end(ap);
     Record("%s", line.c_str());
+    st->diags.clear();
+    if (BusyElsewhere(st)) return Fail(st, "HY000", "connection is busy with results for another statement");
+    st->cursorOpen = true;
     st->text.clear();
     st->results.assign(1, Result());
     Column c;

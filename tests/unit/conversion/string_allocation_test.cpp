@@ -12,10 +12,11 @@
 
 #include "datatypes/DataTypes.h"
 
-#if defined(__SANITIZE_ADDRESS__)
+// Both sanitizers reserve more address space than a cap leaves room for.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 #define ORL_ADDRESS_SANITIZER 1
 #elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
 #define ORL_ADDRESS_SANITIZER 1
 #endif
 #endif

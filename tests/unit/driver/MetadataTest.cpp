@@ -117,6 +117,24 @@ TEST_F(Metadata, CachesCountScans) {
     EXPECT_EQ(2u, scans(at, "primarykeys "));
 }
 
+TEST(MetadataSingleStatement, ColumnScanEndsBeforeTheKeyScan) {
+    // A driver that allows one active statement per connection.
+    ScriptDsn::Instance();
+    OdbcConnection single{ScriptDsn::kDsn, "", "single", "pw", false};
+    ASSERT_EQ(1, single.open()) << single.lastErrors;
+    std::vector<std::string> lines;
+    LogServiceImpl::setSink([&](const std::string& id, const std::string&) { lines.push_back(id); });
+    int count = -1;
+    EXPECT_EQ(1, single.getTableNumColumns("tab", count));
+    EXPECT_EQ(0, count);
+    std::vector<std::string> names;
+    EXPECT_EQ(1, single.getTableNames(names));
+    EXPECT_EQ(1, single.getTableNumColumns("tab2", count));
+    LogServiceImpl::setSink(nullptr);
+    EXPECT_EQ(std::vector<std::string>{}, lines);
+    single.close();
+}
+
 TEST_F(Metadata, ColumnQuestionsOutOfRange) {
     unsigned int type = 0;
     std::string name = "x";
