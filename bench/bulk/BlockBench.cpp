@@ -39,7 +39,8 @@ using namespace KORVEL::Orl::DB;
 
 namespace {
 
-constexpr int kReadRows = 1000000;
+// ORL_BENCH_ROWS sets another count, for profiling runs.
+int g_readRows = 1000000;
 constexpr int kWriteRows = 100000;
 constexpr int kBlock = 1024;
 constexpr const char* kSelect = "SELECT i, d, s, ts, n FROM block_bench";
@@ -97,14 +98,14 @@ bool makeTable(const Dsn& d, bool sqlite) {
     c.run("DROP TABLE IF EXISTS block_bench");
     const char* create = "CREATE TABLE block_bench (i INTEGER, d DOUBLE PRECISION, s VARCHAR(20), ts TIMESTAMP, "
                          "n NUMERIC(12,2))";
-    const char* fill =
-        sqlite ? "INSERT INTO block_bench WITH RECURSIVE c(x) AS (SELECT 1 UNION ALL SELECT x + 1 FROM c WHERE x < "
-                 "1000000) SELECT x, x * 0.5, printf('%020d', x), datetime(1704067200 + x, 'unixepoch'), "
-                 "printf('%d.%02d', x, x % 100) FROM c"
-               : "INSERT INTO block_bench SELECT x, x * 0.5, lpad(x::text, 20, '0'), "
-                 "timestamp '2024-01-01' + x * interval '1 second', x + (x % 100) / 100.0 "
-                 "FROM generate_series(1, 1000000) AS x";
-    bool ok = c.run(create) && c.run(fill);
+    const std::string rows = std::to_string(g_readRows);
+    const std::string fill =
+        sqlite ? "INSERT INTO block_bench WITH RECURSIVE c(x) AS (SELECT 1 UNION ALL SELECT x + 1 FROM c WHERE x < " +
+                     rows + ") SELECT x, x * 0.5, printf('%020d', x), datetime(1704067200 + x, 'unixepoch'), " +
+                     "printf('%d.%02d', x, x % 100) FROM c"
+               : "INSERT INTO block_bench SELECT x, x * 0.5, lpad(x::text, 20, '0'), timestamp '2024-01-01' + x * "
+                 "interval '1 second', x + (x % 100) / 100.0 FROM generate_series(1, " + rows + ") AS x";
+    bool ok = c.run(create) && c.run(fill.c_str());
     ok = ok && SQL_SUCCEEDED(SQLEndTran(SQL_HANDLE_DBC, c.dbc, SQL_COMMIT));
     return ok;
 }
@@ -116,7 +117,18 @@ void dropTable(const Dsn& d, const char* table) {
     SQLEndTran(SQL_HANDLE_DBC, c.dbc, SQL_COMMIT);
 }
 
-// One SQLGetData per cell, into buffers the sizes the bulk path reads with.
+// The C type the bulk path reads the numeric(12,2) column with: SQLite's
+// driver describes it as a double, PostgreSQL's as a decimal, read as text.
+SQLSMALLINT decimalCType(SQLHSTMT st) {
+    SQLCHAR name[64];
+    SQLSMALLINT nameLength = 0, type = 0, digits = 0, nullable = 0;
+    SQLULEN size = 0;
+    SQLDescribeCol(st, 5, name, sizeof name, &nameLength, &type, &size, &digits, &nullable);
+    return type == SQL_NUMERIC || type == SQL_DECIMAL ? SQL_C_CHAR : SQL_C_DOUBLE;
+}
+
+// One SQLGetData per cell, with the C types and into buffers of the sizes the
+// bulk path reads with.
 void RawRows(benchmark::State& state, const Dsn* d) {
     RawConnection c(*d);
     if (!c.ok) return state.SkipWithError("connect");
@@ -124,6 +136,7 @@ void RawRows(benchmark::State& state, const Dsn* d) {
         SQLHSTMT st;
         SQLAllocHandle(SQL_HANDLE_STMT, c.dbc, &st);
         SQLExecDirect(st, (SQLCHAR*)kSelect, SQL_NTS);
+        const SQLSMALLINT cType = decimalCType(st);
         long rows = 0;
         SQLINTEGER i = 0;
         double dbl = 0;
@@ -135,7 +148,7 @@ void RawRows(benchmark::State& state, const Dsn* d) {
             SQLGetData(st, 2, SQL_C_DOUBLE, &dbl, sizeof dbl, &ind);
             SQLGetData(st, 3, SQL_C_CHAR, text, sizeof text, &ind);
             SQLGetData(st, 4, SQL_C_TYPE_TIMESTAMP, &ts, sizeof ts, &ind);
-            SQLGetData(st, 5, SQL_C_CHAR, decimal, sizeof decimal, &ind);
+            SQLGetData(st, 5, cType, decimal, sizeof decimal, &ind);
             benchmark::DoNotOptimize(i);
             benchmark::DoNotOptimize(dbl);
             benchmark::DoNotOptimize(text[0]);
@@ -143,13 +156,14 @@ void RawRows(benchmark::State& state, const Dsn* d) {
         }
         SQLFreeHandle(SQL_HANDLE_STMT, st);
         SQLEndTran(SQL_HANDLE_DBC, c.dbc, SQL_COMMIT);
-        if (rows != kReadRows) state.SkipWithError("row count");
+        if (rows != g_readRows) state.SkipWithError("row count");
     }
     state.counters["peak_MB"] = peakMegabytes();
-    state.SetItemsProcessed(state.iterations() * kReadRows);
+    state.SetItemsProcessed(state.iterations() * g_readRows);
 }
 
-// Column-wise bound arrays of 1024 rows, each row's cells touched once.
+// Column-wise bound arrays of 1024 rows, C types as above, each row's cells
+// touched once.
 void RawArrays(benchmark::State& state, const Dsn* d) {
     RawConnection c(*d);
     if (!c.ok) return state.SkipWithError("connect");
@@ -170,7 +184,7 @@ void RawArrays(benchmark::State& state, const Dsn* d) {
         SQLBindCol(st, 2, SQL_C_DOUBLE, dbls.data(), sizeof(double), &lengths[kBlock]);
         SQLBindCol(st, 3, SQL_C_CHAR, texts.data(), 84, &lengths[2 * kBlock]);
         SQLBindCol(st, 4, SQL_C_TYPE_TIMESTAMP, stamps.data(), sizeof(SQL_TIMESTAMP_STRUCT), &lengths[3 * kBlock]);
-        SQLBindCol(st, 5, SQL_C_CHAR, decimals.data(), 32, &lengths[4 * kBlock]);
+        SQLBindCol(st, 5, decimalCType(st), decimals.data(), 32, &lengths[4 * kBlock]);
         long rows = 0;
         while (SQL_SUCCEEDED(SQLFetch(st))) {
             for (SQLULEN r = 0; r < fetched; ++r) {
@@ -184,10 +198,10 @@ void RawArrays(benchmark::State& state, const Dsn* d) {
         }
         SQLFreeHandle(SQL_HANDLE_STMT, st);
         SQLEndTran(SQL_HANDLE_DBC, c.dbc, SQL_COMMIT);
-        if (rows != kReadRows) state.SkipWithError("row count");
+        if (rows != g_readRows) state.SkipWithError("row count");
     }
     state.counters["peak_MB"] = peakMegabytes();
-    state.SetItemsProcessed(state.iterations() * kReadRows);
+    state.SetItemsProcessed(state.iterations() * g_readRows);
 }
 
 // A bulk connection through the driver, with the block properties at `rows`.
@@ -235,13 +249,13 @@ void BulkRead(benchmark::State& state, const Dsn* d, int rows) {
         }
         c->releaseStatement(st, error);
         c->commit(error);
-        if (count != kReadRows) state.SkipWithError("row count");
+        if (count != g_readRows) state.SkipWithError("row count");
     }
     c->disconnect(true, error);
     g_driver->releaseConnection2(c, error);
     g_driver->releaseError(error);
     state.counters["peak_MB"] = peakMegabytes();
-    state.SetItemsProcessed(state.iterations() * kReadRows);
+    state.SetItemsProcessed(state.iterations() * g_readRows);
 }
 
 // 100,000 packed rows, made once.
@@ -345,6 +359,7 @@ void printRatio(RatioReporter& r, const std::string& a, const std::string& b, co
 } // namespace
 
 int main(int argc, char** argv) {
+    g_readRows = std::atoi(env("ORL_BENCH_ROWS", "1000000").c_str());
     g_sqlite = {env("ORL_BENCH_SQLITE", "orl_sqlite"), env("ORL_BENCH_USER", "orl"), ""};
     g_pg = {env("ORL_BENCH_PG", "orl_pg"), env("ORL_BENCH_USER", "orl"), env("ORL_BENCH_PASSWORD", "orl_pw")};
     void* library = dlopen(env("ORL_DRIVER_PATH", ORL_DRIVER_PATH).c_str(), RTLD_NOW | RTLD_LOCAL);
