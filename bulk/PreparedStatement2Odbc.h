@@ -136,6 +136,7 @@ private:
     // The packed value of the row that feeds parameter `s`; null for NULL.
     const void* valueInRow(const RowInternal2* row, const DATA_XFER_SETTINGS& s) const;
     int failGetData(SQLRETURN rc, DBError* error);
+    bool fixedLengthFits(unsigned int word, long length, DBError* error);
     void freeBlock(unsigned long column);
 
     std::string sql;

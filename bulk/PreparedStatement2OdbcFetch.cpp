@@ -19,6 +19,10 @@ namespace {
 
 // First read of a binary value: short ones cost one SQLGetData.
 constexpr SQLLEN kBinaryFirstRead = 60;  // behind the 4-byte length of the packed form
+// A driver that calls a read complete yet counts more bytes than the buffer it
+// was given, or a negative count that means nothing, would have the row packed
+// from memory past the value.
+constexpr const char* kBadLength = "invalid data length from driver";
 
 bool isBlockType(unsigned int word) { return word == STRING || word == BINARY; }
 
@@ -96,6 +100,16 @@ int PreparedStatement2Odbc::hasMoreData(bool& more, DBError* error) {
     return -1;
 }
 
+// A fixed-size value's count must fit the buffer its type was given; text and
+// binary fetchers check their own blocks.
+bool PreparedStatement2Odbc::fixedLengthFits(unsigned int word, long length, DBError* error) {
+    if (getsBlock(word) || length == SQL_NULL_DATA) return true;
+    const long room = static_cast<long>(g_column_lengths[typeOf(word) < kTypeCount ? typeOf(word) : UNKNOWN]);
+    if (length >= 0 && length <= room) return true;
+    reportLibrary(error, kBadLength);
+    return false;
+}
+
 void PreparedStatement2Odbc::freeBlock(unsigned long column) {
     std::free(valueBuffers[column]);
     valueBuffers[column] = nullptr;
@@ -125,7 +139,7 @@ RowInternal2* PreparedStatement2Odbc::nextRow(DBError* error) {
                                                          : valueBuffers[j];
         long& length = lengths[j];
         length = static_cast<long>(g_column_lengths[typeOf(word) < kTypeCount ? typeOf(word) : UNKNOWN]);
-        if ((this->*fetchers[j])(j, target, length, error) != 0) {
+        if ((this->*fetchers[j])(j, target, length, error) != 0 || !fixedLengthFits(word, length, error)) {
             // Blocks of the earlier columns go; the failing one freed its own.
             for (size_t k = 0; k < j; ++k)
                 if (getsBlock(columnTypes[k]) && lengths[k] != 0) freeBlock(k);
@@ -164,7 +178,7 @@ int PreparedStatement2Odbc::nextRow(std::vector<DataValue>& values, DBError* err
         unsigned char* packedBinary = nullptr;
         void* target = word == BINARY ? static_cast<void*>(&packedBinary) : static_cast<void*>(&value);
         long length = static_cast<long>(g_column_lengths[typeOf(word) < kTypeCount ? typeOf(word) : UNKNOWN]);
-        if ((this->*fetchers[j])(j, target, length, error) != 0) return -1;
+        if ((this->*fetchers[j])(j, target, length, error) != 0 || !fixedLengthFits(word, length, error)) return -1;
         if (length == SQL_NULL_DATA) {
             value.isNull = true;
             continue;
@@ -224,6 +238,11 @@ int PreparedStatement2Odbc::getDataColumn<1>(unsigned long column, void* target,
     }
     const SQLUSMALLINT number = static_cast<SQLUSMALLINT>(column + 1);
     SQLRETURN rc = SQLGetData(stmt, number, SQL_C_CHAR, block, kTextFirstRead, &length);
+    if (rc == SQL_SUCCESS && length != SQL_NULL_DATA && (length < 0 || length >= kTextFirstRead)) {
+        std::free(block);
+        reportLibrary(error, kBadLength);
+        return -1;
+    }
     if (rc != SQL_SUCCESS) {
         // A text of exactly 128 bytes comes back as 127 with a length of 128,
         // which isn't above 128: it fails, as it always has.
@@ -264,6 +283,11 @@ int PreparedStatement2Odbc::getDataColumn<-2>(unsigned long column, void* target
     }
     const SQLUSMALLINT number = static_cast<SQLUSMALLINT>(column + 1);
     SQLRETURN rc = SQLGetData(stmt, number, SQL_C_BINARY, block + 4, kBinaryFirstRead, &length);
+    if (rc == SQL_SUCCESS && length != SQL_NULL_DATA && (length < 0 || length > kBinaryFirstRead)) {
+        std::free(block);
+        reportLibrary(error, kBadLength);
+        return -1;
+    }
     if (rc != SQL_SUCCESS) {
         // SQL_NO_TOTAL lands here too: the full length must be known.
         if (length <= kBinaryFirstRead) {

@@ -220,6 +220,7 @@ e_Status OdbcColImpl::ReadChunked() {
     bindArea.Truncate(0, false);
     SQLLEN offset = 0;
     SQLLEN chunk = cLength;
+    SQLLEN before = -1;  // what the last read said was left, -1 when it didn't say
     indicator = 0;
     for (;;) {
         if (wide) chunk = (chunk + 1) & ~static_cast<SQLLEN>(1);
@@ -228,19 +229,28 @@ e_Status OdbcColImpl::ReadChunked() {
         if (bindArea.Size() < static_cast<SQLULEN>(offset + chunk)) return FailureExit(GetStatus(-1));
 
         SQLLEN length = 0;
-        e_Status status = GetStatus(query, SQLGetData(hstmt, number, cType, bindArea.Data() + offset, chunk, &length));
+        SQLRETURN rc = SQLGetData(hstmt, number, cType, bindArea.Data() + offset, chunk, &length);
+        e_Status status = GetStatus(query, rc);
         if (status != Status_Ok) return FailureExit(status);
         if (length == SQL_NULL_DATA) {
             indicator = SQL_NULL_DATA;
             return NullExit();
         }
+        // An unknown total comes with a cut value; a read that calls itself
+        // complete can't leave one, and would be read again without end.
+        if (length == SQL_NO_TOTAL && rc == SQL_SUCCESS) return FailureExit(GetStatus(-1));
         if (length == SQL_NO_TOTAL) {
             offset = static_cast<SQLLEN>(bindArea.Size()) - (text ? 1 : 0);
             chunk = kUnknownChunk;
+            before = -1;
             continue;
         }
         // No other negative length is defined; it can't be a byte count.
         if (length < 0) return FailureExit(GetStatus(-1));
+        // Every read hands over bytes, so what is left must shrink; a driver
+        // whose count doesn't would have the value grow without end.
+        if (before >= 0 && length >= before) return FailureExit(GetStatus(-1));
+        before = length;
         if (length < chunk || (length == chunk && !text)) {
             SQLLEN total = offset + (length < chunk ? length : chunk);
             indicator = total;

@@ -16,5 +16,12 @@ case "$flavour" in
     *) echo "usage: $0 [release|asan|tsan]" >&2; exit 2 ;;
 esac
 
+# The same sources are built in up to four flavours; a compiler cache keeps a
+# rebuild (or another checkout of the same code) from compiling them again.
+if command -v ccache >/dev/null && [[ "${ORL_CCACHE:-1}" != 0 ]]; then
+    export CCACHE_BASEDIR="$repo"
+    flags+=(-DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+fi
+
 cmake -S "$repo" -B "$dir" -G Ninja "${flags[@]}" ${ORL_CMAKE_FLAGS:-}
 cmake --build "$dir" -j "$jobs"

@@ -6,11 +6,11 @@ set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 
 PACKAGES=(
-    g++ cmake ninja-build pkg-config make git
+    g++ cmake ninja-build pkg-config make git python3 dpkg-dev
     unixodbc unixodbc-dev odbcinst libsqliteodbc sqlite3 odbc-postgresql odbc-mariadb
     postgresql mariadb-server mariadb-client
     libicu-dev libgoogle-perftools-dev libgtest-dev libgmock-dev libbenchmark-dev
-    libcli11-dev libintelrdfpmath-dev clang libclang-rt-14-dev
+    libcli11-dev libintelrdfpmath-dev clang libclang-rt-14-dev valgrind ccache
 )
 
 missing=()
@@ -45,3 +45,23 @@ export DEBIAN_FRONTEND=noninteractive
 "${SUDO[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -q \
     -o Dpkg::Options::=--force-confdef -o Dpkg::Options::=--force-confold "${missing[@]}"
 log "installed: ${missing[*]}"
+
+# The servers this script brought must not come up on their default ports at
+# the next boot either: the tests start their own. A server that was there
+# before is the machine's own business and stays as it was.
+disable_service() {
+    local service="$1"
+    if command -v systemctl >/dev/null; then
+        "${SUDO[@]}" systemctl disable "$service" >/dev/null 2>&1 || true
+    fi
+    if command -v update-rc.d >/dev/null && [[ -e "/etc/init.d/$service" ]]; then
+        "${SUDO[@]}" update-rc.d "$service" disable >/dev/null 2>&1 || true
+    fi
+    log "left the system service $service disabled"
+}
+for p in "${missing[@]}"; do
+    case "$p" in
+        postgresql) disable_service postgresql ;;
+        mariadb-server) disable_service mariadb ;;
+    esac
+done

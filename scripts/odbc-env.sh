@@ -79,6 +79,11 @@ Description=ORL test database (SQLite3)
 Driver=ORL SQLite3
 Database=$ORL_RUN_DIR/sqlite/orl.db
 
+[orl_sqlite_copy]
+Description=ORL second SQLite3 database, target of the copy examples
+Driver=ORL SQLite3
+Database=$ORL_RUN_DIR/sqlite/orl_copy.db
+
 [orl_pg]
 Description=ORL test database (PostgreSQL)
 Driver=ORL PostgreSQL Unicode

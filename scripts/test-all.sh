@@ -37,6 +37,9 @@ run_ctest() {
 run_ctest --test-dir build -L unit -j "$(nproc)"
 run_ctest --test-dir build -L integration
 
+# The SQLite integration tests under valgrind's memcheck.
+bash scripts/memcheck.sh build
+
 # Peak memory of a 5,000,000-row read against a 100,000-row one, both front ends.
 ./build/bench/memory/long_read --dsn orl_pg_cursor --small 100000 --large 5000000
 
@@ -54,8 +57,11 @@ ORL_STRESS_ROWS=5000 run_ctest --test-dir build-asan
 export TSAN_OPTIONS="suppressions=$repo/scripts/tsan.supp:halt_on_error=1:second_deadlock_stack=1"
 run_ctest --test-dir build-tsan -L unit -j "$(nproc)"
 ORL_STRESS_ROWS=2000 run_ctest --test-dir build-tsan -R thread_stress_integration
+# orlodbc copy --jobs: one bulk connection pair per thread through the loaded driver.
+run_ctest --test-dir build-tsan -R orlodbc_integration
 
-# Every parser of outside text under the fuzzer for a bounded time.
-bash scripts/fuzz.sh "${ORL_FUZZ_SECONDS:-60}"
+# Every parser of outside text, and the read paths over a driver that returns
+# what the fuzzer chooses, under the fuzzer for a bounded number of executions.
+bash scripts/fuzz.sh "${ORL_FUZZ_RUNS:-5000000}"
 
 echo "test programs: $passed passed, 0 failed"

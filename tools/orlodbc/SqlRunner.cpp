@@ -1,6 +1,9 @@
 #include "tools/orlodbc/SqlRunner.h"
 
 #include <cctype>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
 #include <ostream>
 
 #include "datatypes/DataTypes.h"
@@ -13,6 +16,10 @@ namespace orlodbc {
 
 namespace {
 
+constexpr unsigned int kInteger = 1;
+constexpr unsigned int kLong = 2;
+constexpr unsigned int kFloat = 3;
+constexpr unsigned int kBoolean = 10;
 constexpr unsigned int kString = 5;
 constexpr unsigned int kUnknown = 6;
 constexpr unsigned int kBinary = 28;
@@ -50,21 +57,69 @@ std::string cellText(unsigned int type, const DataTypes::DataValue& value) {
     return text;
 }
 
-bool runQuery(Connection& c, const std::string& sql, std::ostream& out, std::ostream& err) {
+// A JSON value: numbers for the integer and float types (a float that JSON
+// can't hold, such as NaN, as a string), strings for the rest.
+std::string jsonValue(unsigned int type, const DataTypes::DataValue& value) {
+    if (value.isNull) return "null";
+    switch (type & 0xFF) {
+    case kInteger:
+    case kLong: return cellText(type, value);
+    case kBoolean: return value.boolValue ? "true" : "false";
+    case kFloat: {
+        if (!std::isfinite(value.doubleValue)) return jsonString(cellText(type, value));
+        // The shortest text that reads back as the same double; 17 digits always do.
+        char text[40];
+        for (int digits = 15; digits <= 17; ++digits) {
+            std::snprintf(text, sizeof text, "%.*g", digits, value.doubleValue);
+            if (std::strtod(text, nullptr) == value.doubleValue) break;
+        }
+        return text;
+    }
+    default: return jsonString(cellText(type, value));
+    }
+}
+
+void printHeader(const std::vector<std::string>& names, OutputFormat format, std::ostream& out) {
+    if (format == OutputFormat::Json) return;
+    for (size_t i = 0; i < names.size(); ++i)
+        out << (i ? (format == OutputFormat::Csv ? "," : "\t") : "")
+            << (format == OutputFormat::Csv ? csvField(names[i]) : names[i]);
+    out << (format == OutputFormat::Csv ? "\r\n" : "\n");
+}
+
+void printRow(const std::vector<std::string>& names, Row& row, OutputFormat format, std::ostream& out) {
+    const int n = row.getNumColumns();
+    for (int i = 0; i < n; ++i) {
+        const unsigned int type = row.getColumnType(i);
+        const DataTypes::DataValue& value = row.getColumnValue(i);
+        switch (format) {
+        case OutputFormat::Tsv: out << (i ? "\t" : "") << cellText(type, value); break;
+        case OutputFormat::Csv: out << (i ? "," : "") << (value.isNull ? "" : csvField(cellText(type, value))); break;
+        case OutputFormat::Json:
+            out << (i ? ", " : "{") << jsonString(names[i]) << ": " << jsonValue(type, value);
+            break;
+        }
+    }
+    if (format == OutputFormat::Json) out << (n ? "}" : "{}");
+    out << (format == OutputFormat::Csv ? "\r\n" : "\n");
+}
+
+bool runQuery(Connection& c, const std::string& sql, OutputFormat format, std::ostream& out, std::ostream& err) {
     std::vector<Parameter> none;
     ResultSet* rs = nullptr;
     if (c.executeQuery(sql, none, 0, rs) != 1 || rs == nullptr) return false;
     int n = 0;
     if (rs->getNumColumns(n) != 1) return false;
     std::vector<unsigned int> types;
+    std::vector<std::string> names;
     for (int i = 0; i < n; ++i) {
         std::string name;
         unsigned int type = 0;
         if (rs->getColumnInfo(i, name, type) != 1) return false;
-        out << (i ? "\t" : "") << name;
+        names.push_back(name);
         types.push_back(readType(type));
     }
-    out << '\n';
+    printHeader(names, format, out);
     RowDescriptor descriptor(types);
     long line = 0;
     bool more = false;
@@ -78,15 +133,46 @@ bool runQuery(Connection& c, const std::string& sql, std::ostream& out, std::ost
             err << "orlodbc: row " << line << " skipped by the driver" << std::endl;
             continue;
         }
-        for (int i = 0; i < row->getNumColumns(); ++i)
-            out << (i ? "\t" : "") << cellText(row->getColumnType(i), row->getColumnValue(i));
-        out << '\n';
+        printRow(names, *row, format, out);
         delete row;
     }
     return true;
 }
 
 } // namespace
+
+std::string csvField(const std::string& text) {
+    if (text.find_first_of(",\"\r\n") == std::string::npos && !text.empty()) return text;
+    // An empty text is quoted so that it reads apart from NULL's empty field.
+    std::string out = "\"";
+    for (char ch : text) {
+        if (ch == '"') out += '"';
+        out += ch;
+    }
+    return out + "\"";
+}
+
+std::string jsonString(const std::string& text) {
+    std::string out = "\"";
+    for (unsigned char ch : text) {
+        switch (ch) {
+        case '"': out += "\\\""; break;
+        case '\\': out += "\\\\"; break;
+        case '\n': out += "\\n"; break;
+        case '\r': out += "\\r"; break;
+        case '\t': out += "\\t"; break;
+        default:
+            if (ch < 0x20) {
+                char esc[8];
+                std::snprintf(esc, sizeof esc, "\\u%04x", ch);
+                out += esc;
+            } else {
+                out += static_cast<char>(ch);
+            }
+        }
+    }
+    return out + "\"";
+}
 
 bool looksLikeQuery(const std::string& sql) {
     static const char* const kQueryWords[] = {"SELECT", "WITH",     "VALUES", "SHOW", "EXPLAIN",
@@ -98,10 +184,10 @@ bool looksLikeQuery(const std::string& sql) {
 }
 
 bool runStatements(Connection& c, const std::vector<std::string>& statements, std::ostream& out,
-                   std::ostream& err) {
+                   std::ostream& err, OutputFormat format) {
     for (const std::string& sql : statements) {
         if (looksLikeQuery(sql)) {
-            if (!runQuery(c, sql, out, err)) return false;
+            if (!runQuery(c, sql, format, out, err)) return false;
             continue;
         }
         std::vector<Parameter> none;

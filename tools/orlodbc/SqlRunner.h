@@ -12,12 +12,24 @@ namespace orlodbc {
 // DESC, PRAGMA or TABLE (any case) is run as a query; anything else as an update.
 bool looksLikeQuery(const std::string& sql);
 
+// How query rows are printed. Tsv: a header, then tab-separated values as
+// they stand ("NULL" for NULL). Csv: a header, then values quoted where a
+// comma, quote or line break needs it, NULL as an empty field. Json: one
+// object per row and line; integers and floats as numbers, booleans as
+// true/false, decimals (which would lose digits as numbers) and times as
+// strings, binaries as hex strings, NULL as null.
+enum class OutputFormat { Tsv, Csv, Json };
+
+// The CSV field and the JSON string of a text; exposed for the tests.
+std::string csvField(const std::string& text);
+std::string jsonString(const std::string& text);
+
 // Runs each statement in order: a query prints a tab-separated header of its
 // column names and one tab-separated line per row ("NULL" for NULL, binary
 // as hex); an update prints "<n> row(s)". Stops at the first failure and
 // returns false; the driver's error text is then in the connection's
 // getLastErrors, and a row the driver skipped is reported on `err`.
 bool runStatements(KORVEL::Orl::DB::Connection& connection, const std::vector<std::string>& statements,
-                   std::ostream& out, std::ostream& err);
+                   std::ostream& out, std::ostream& err, OutputFormat format = OutputFormat::Tsv);
 
 } // namespace orlodbc

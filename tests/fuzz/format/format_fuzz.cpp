@@ -2,7 +2,8 @@
 //
 // Input layout: byte 0 picks the operation and a zone; for printing the next
 // 8 bytes are the value and the rest the mask; for reading the rest is split
-// at the first NUL into text and mask; for number masks 8 bytes are a double.
+// at the first NUL into text and mask; for number masks 8 bytes are a double;
+// for time units 8 bytes are a count and the rest the unit word.
 // Beyond the sanitizers it checks that a failed read leaves the result alone,
 // that a number mask that does not fit gives '#' one longer than the mask, and
 // that a text printed through a mask of readable fields reads back.
@@ -14,6 +15,7 @@
 
 #include "format/DateTimeConversions.h"
 #include "format/NumericFormatParser.h"
+#include "format/TimeUnit.h"
 
 namespace {
 
@@ -74,15 +76,34 @@ void fuzzNumber(std::string rest) {
           "a broken mask is not '#' times its length + 1");
 }
 
+// Time units: a unit word of any text, and counts of any size through each
+// conversion. A count that fits must come back exactly; one that doesn't must
+// be refused, never wrapped.
+void fuzzTimeUnit(std::string rest) {
+    const long count = take<long>(rest);
+    const DataTypes::TimeUnit unit = DataTypes::getTimeUnit(rest.c_str());
+    const std::string name = DataTypes::getTimeUnitStr(unit);
+    check(unit < DataTypes::MICROSECOND || DataTypes::getTimeUnit(name.c_str()) == unit, "a unit's name reads back");
+    const long max = DataTypes::getTimeUnitMax(unit);
+    long micros = 12345;
+    const bool ok = DataTypes::getMicroSeconds(unit, count, micros);
+    check(ok == (max > 0 && count <= max && count >= -max), "a count is taken exactly when it fits");
+    check(ok || micros == 12345, "a refused count changed its result");
+    DataTypes::getSeconds(unit, static_cast<int>(count));
+    DataTypes::getTimeUnitMaxStr(unit);
+    DataTypes::getTimeUnitMinStr(unit);
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size == 0) return 0;
     const std::string rest(reinterpret_cast<const char*>(data + 1), size - 1);
-    const int op = data[0] % 7;
+    const int op = data[0] % 8;
     const char* zone = kZones[(data[0] >> 3) % 4];
     if (op < 3) fuzzPrint(op, zone, rest);
     else if (op < 6) fuzzRead(op - 3, rest);
-    else fuzzNumber(rest);
+    else if (op == 6) fuzzNumber(rest);
+    else fuzzTimeUnit(rest);
     return 0;
 }

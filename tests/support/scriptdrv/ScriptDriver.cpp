@@ -6,11 +6,13 @@
 // SQL_NO_TOTAL, truncation at any size, SQL_ERROR without a diagnostic record.
 //
 // Statement text: directives separated by ';'
-//   col=NAME:SQLTYPE:SIZE:KIND:ARG[:nototal][:unsigned][:disp=N][:nullrow=K][:zeroat=K][:digits=N]
+//   col=NAME:SQLTYPE:SIZE:KIND:ARG[:nototal][:unsigned][:disp=N][:nullrow=K][:zeroat=K][:digits=N][:lie=N][:rc=N]
 //       KIND text|bin (ARG = length; bytes 'a'+i%26 or i%251), num (ARG the
 //       number), ts, time, nodata (every read answers SQL_NO_DATA). nullrow=K makes row K NULL (-1: every row);
 //       zeroat=K puts a zero byte at offset K of a text or binary value; digits=N is
-//       the decimal digits the column describes.
+//       the decimal digits the column describes. lie=N reports N as every read's length
+//       (negative, or past the buffer) while the bytes written stay inside it; rc=N makes
+//       every SQLGetData of the column return N (with a diagnostic record when N is -1).
 //   rows=N        rows of each result (default 1)
 //   next          starts a further result set (for SQLMoreResults)
 //   error         SQLExecute fails with 42000; longmsg=N makes its message N bytes
@@ -71,6 +73,10 @@ struct Column {
     long nullRow = -2;    // -2: none, -1: all
     long zeroAt = -1;
     SQLSMALLINT digits = 0;
+    bool lie = false;
+    SQLLEN lieLength = 0;
+    bool forceRc = false;
+    SQLRETURN rc = SQL_SUCCESS;
 };
 
 struct Result {
@@ -157,6 +163,8 @@ void Parse(Stmt* st) {
                 if (f[i].compare(0, 8, "nullrow=") == 0) c.nullRow = std::atol(f[i].c_str() + 8);
                 if (f[i].compare(0, 7, "zeroat=") == 0) c.zeroAt = std::atol(f[i].c_str() + 7);
                 if (f[i].compare(0, 7, "digits=") == 0) c.digits = static_cast<SQLSMALLINT>(std::atoi(f[i].c_str() + 7));
+                if (f[i].compare(0, 4, "lie=") == 0) c.lie = true, c.lieLength = std::atol(f[i].c_str() + 4);
+                if (f[i].compare(0, 3, "rc=") == 0) c.forceRc = true, c.rc = static_cast<SQLRETURN>(std::atoi(f[i].c_str() + 3));
             }
             st->results.back().columns.push_back(c);
         } else if (d.compare(0, 5, "rows=") == 0) {
@@ -572,6 +580,11 @@ SQLRETURN SQL_API SQLGetData(SQLHSTMT hstmt, SQLUSMALLINT number, SQLSMALLINT cT
         rc = Fail(st, "07006", "restricted data type");
     }
     ++calls;
+    if (c.lie) reported = c.lieLength;
+    if (c.forceRc) {
+        rc = c.rc;
+        if (rc == SQL_ERROR) st->diags.push_back({"HY000", "scripted read failure", 7});
+    }
     if (ind && rc != SQL_NO_DATA && rc != SQL_ERROR) *ind = reported;
     Record("getdata col=%d ctype=%d buflen=%ld ind=%ld rc=%d", number, cType, static_cast<long>(bufferLength),
            static_cast<long>(reported), rc);

@@ -101,12 +101,51 @@ TEST_F(ResultSetRead, FailuresThatCostTheRow) {
         EXPECT_EQ(1, rs->getData(RowDescriptor({5}), row)) << r.name;
         delete row;
     }
+    // Counts of a long read that no complete value can have: a count of what
+    // is left that doesn't shrink, and an unknown total on a read that calls
+    // itself complete. Both would be read again without end.
+    for (const char* column : {"col=t:12:20000:text:20000:lie=30000", "col=t:12:20:text:5:lie=-4"}) {
+        std::vector<Parameter> none;
+        ResultSet* failing = nullptr;
+        ASSERT_EQ(1, conn.executeQuery(column, none, 0, failing));
+        log.clear();
+        bool more = true;
+        EXPECT_EQ(3, failing->next(more)) << column;
+        ASSERT_EQ(1u, log.size()) << column;
+        EXPECT_EQ(0u, log[0].find("801012-3_ERROR_ITERATING_THROUGH_RESULT_SET|")) << log[0];
+    }
     // A column beyond the row: logged with its number.
     ResultSet* rs = open("col=s:12:5:text:5");
     log.clear();
     DataValue v;
     EXPECT_EQ(3, rs->getColumn(2, 1, v));
     EXPECT_EQ(std::vector<std::string>{"801013-3_ERROR_GETTING_COLUMN_VALUE|2 "}, log);
+}
+
+} // namespace
+} // namespace classicunit
+
+namespace classicunit {
+namespace {
+
+// A session the driver reports lost at the end of its transaction: commit and
+// rollback fail with their ids and the driver's words, and close still releases.
+TEST(ClassicLostSession, TransactionEndsFailWithTheDriversText) {
+    orltest::ScriptDsn::Instance();
+    std::vector<std::string> lines;
+    LogServiceImpl::setSink([&](const std::string& id, const std::string& t) { lines.push_back(id + "|" + t); });
+    {
+        OdbcConnection lost{orltest::ScriptDsn::kDsn, "", "lost", "pw", false};
+        ASSERT_EQ(1, lost.open()) << lost.lastErrors;
+        EXPECT_EQ(3, lost.commit());
+        EXPECT_EQ(3, lost.rollback());
+        ASSERT_EQ(2u, lines.size());
+        EXPECT_EQ(0u, lines[0].find("801002-3_ERROR_COMMITTING_TRANSACTION|")) << lines[0];
+        EXPECT_EQ(0u, lines[1].find("801003-3_ERROR_ROLLING_BACK_TRANSACTION|")) << lines[1];
+        for (const std::string& l : lines) EXPECT_NE(std::string::npos, l.find("[08S01]")) << l;
+        lost.close();
+    }
+    LogServiceImpl::setSink(nullptr);
 }
 
 } // namespace
