@@ -5,6 +5,8 @@
 
 #include <vector>
 
+#include "bench/RatioReporter.h"
+#include "datatypes/DataTypes.h"
 #include "datatypes/FixedDecimalValue.h"
 #include "decimal_bench_texts.h"
 
@@ -38,6 +40,25 @@ void BM_DecimalFromText(benchmark::State& state) {
 }
 BENCHMARK(BM_DecimalFromText);
 
+// The same texts through the type core's entry for text, as the drivers
+// read decimals: the word carries precision and scale.
+void BM_DecimalConvertFromString(benchmark::State& state) {
+    const auto& texts = decimalbench::texts();
+    std::vector<unsigned int> words;
+    for (const auto& t : texts) words.push_back(DataTypes::createFixedDecimal(34, t.scale));
+    size_t i = 0;
+    DataTypes::DataValue v;
+    const char* error = nullptr;
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(
+            DataTypes::convertFromString(words[i], texts[i].text.c_str(), v, error, nullptr, nullptr, nullptr, nullptr));
+        benchmark::DoNotOptimize(v);
+        i = (i + 1) % texts.size();
+    }
+    state.SetItemsProcessed(state.iterations());
+}
+BENCHMARK(BM_DecimalConvertFromString);
+
 void BM_ToBID128(benchmark::State& state) {
     const auto& values = parsedValues();
     size_t i = 0;
@@ -70,3 +91,12 @@ void BM_DecimalShift(benchmark::State& state) {
 BENCHMARK(BM_DecimalShift)->Arg(2)->Arg(4)->Arg(-2)->Arg(-20)->Arg(-34);
 
 } // namespace
+
+int main(int argc, char** argv) {
+    return benchratio::runWithRatios(
+        argc, argv,
+        {
+            {"BM_DecimalConvertFromString", "BM_Reference_bid128_from_string", 1.0},
+            {"BM_DecimalFromText", "BM_Reference_bid128_from_string", 1.0},
+        });
+}

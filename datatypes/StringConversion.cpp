@@ -431,6 +431,17 @@ bool convertFromString(const unsigned int& word, const char* text, DataValue& va
     if (type == BINARY) return convertBinaryValue(text, value, error);
 
     value.isNull = false;
+    if (type == FIXEDDECIMAL) {
+        // The drivers read every decimal this way, so it goes straight to the
+        // reader; the value changes only on success, as through the packed form.
+        FixedDecimalValue d{};
+        if (!d.setDecimalValue(static_cast<int>(precisionOf(word)), static_cast<int>(scaleOf(word)), text)) {
+            error = "input exceeds specified precision";
+            return false;
+        }
+        std::memcpy(&value.decimalValue, &d, sizeof d);
+        return true;
+    }
     alignas(8) unsigned char bytes[sizeof(FixedDecimalValue)];
     const unsigned long n = convertFromStringAndPack(word, false, text, bytes, sizeof bytes, error, dateFormat,
                                                      timestampFormat, bigdatetimeFormat, timeFormat);

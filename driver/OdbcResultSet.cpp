@@ -11,6 +11,7 @@
 #include "driver/OdbcColumn.h"
 #include "driver/OdbcError.h"
 #include "driver/OdbcStatement.h"
+#include "driver/internal/DateCell.h"
 #include "host/DataService.h"
 #include "host/LogServiceImpl.h"
 #include "host/Row.h"
@@ -36,13 +37,14 @@ const char* const kErrColumnValue = "801013-3_ERROR_GETTING_COLUMN_VALUE";
 const char* const kRowSkipped = "801014-4_COLUMN_VALUE_ERROR_RESULT_ROW_SKIPPED";
 const char* const kErrParse = "801032-3_ERROR_PARSING_COLUMN_VALUE";
 
-const char* const kIsoFormat = "%Y-%m-%dT%H:%M:%S";
-
 // SQL Server's time with fractions, which the ODBC headers here don't name.
 constexpr short kSsTime2 = -154;
 
 constexpr unsigned int kString = 5;
 constexpr unsigned int kBinary = 28;
+
+// Room the scratch store keeps between cells.
+constexpr unsigned int kScratchRoom = 65536;
 
 struct ColumnText {
     char text[16];
@@ -58,24 +60,6 @@ T structureOf(const ByteStore& store) {
     std::memcpy(&out, store.Data() ? store.Data() : reinterpret_cast<const unsigned char*>(""),
                 store.Size() < sizeof out ? store.Size() : sizeof out);
     return out;
-}
-
-// How a date family prints its fields before the one text converter reads them.
-struct DateTextForm {
-    unsigned int size;
-    const char* format;
-    unsigned int fractionDivisor;  // nanoseconds to the printed fraction; 0: none
-};
-
-DateTextForm dateTextForm(unsigned int type) {
-    switch (type) {
-    case 8:
-        return {24, "%04d-%02d-%02dT%02d:%02d:%02d.%03d", 1000000};
-    case 27:
-        return {27, "%04d-%02d-%02dT%02d:%02d:%02d.%06d", 1000};
-    default:
-        return {20, "%04d-%02d-%02dT%02d:%02d:%02d", 0};
-    }
 }
 
 bool isTimeSqlType(short sqlType) { return sqlType == SQL_TIME || sqlType == SQL_TYPE_TIME; }
@@ -229,6 +213,13 @@ OdbcCol* OdbcResultSet::cell(int column) {
     return col;
 }
 
+ByteStore& OdbcResultSet::scratchStore() {
+    // A long value read once would otherwise stay held for the life of the
+    // result set; its room goes back before the next cell.
+    if (scratch.Capacity() > kScratchRoom) scratch.Resize(0, false);
+    return scratch;
+}
+
 int OdbcResultSet::settle(e_Status status, int column, OdbcCol* col, DataValue& value) {
     if (status == ODBC::Status_Null) {
         value.isNull = true;
@@ -279,7 +270,7 @@ int OdbcResultSet::getColumnBoolean(int column, DataValue& value) {
 int OdbcResultSet::getColumnString(int column, DataValue& value) {
     OdbcCol* col = cell(column);
     if (col == nullptr) return kFailed;
-    ByteStore store;
+    ByteStore& store = scratchStore();
     int s = settle(col->GetData(&store), column, col, value);
     if (s != kGoOn) return s;
     unsigned int length = store.Size();
@@ -300,7 +291,7 @@ int OdbcResultSet::getColumnString(int column, DataValue& value) {
 int OdbcResultSet::getColumnBinary(int column, DataValue& value) {
     OdbcCol* col = cell(column);
     if (col == nullptr) return kFailed;
-    ByteStore store;
+    ByteStore& store = scratchStore();
     int s = settle(col->GetData(&store), column, col, value);
     if (s != kGoOn) return s;
     unsigned int length = store.Size();
@@ -327,7 +318,7 @@ int OdbcResultSet::readRaw(int column, DataValue& value, ByteStore& store, short
 }
 
 int OdbcResultSet::getColumnDateText(int column, unsigned int type, DataValue& value) {
-    ByteStore store;
+    ByteStore& store = scratchStore();
     short sqlType = 0;
     int s = readRaw(column, value, store, sqlType);
     if (s != kGoOn) return s;
@@ -338,16 +329,8 @@ int OdbcResultSet::getColumnDateText(int column, unsigned int type, DataValue& v
     } else {
         ts = structureOf<TIMESTAMP_STRUCT>(store);
     }
-    DateTextForm form = dateTextForm(type);
-    char text[27];
-    if (form.fractionDivisor == 0)
-        intl_snprintf(text, form.size, form.format, ts.year, ts.month, ts.day, ts.hour, ts.minute, ts.second);
-    else
-        intl_snprintf(text, form.size, form.format, ts.year, ts.month, ts.day, ts.hour, ts.minute, ts.second,
-                      static_cast<int>(ts.fraction / form.fractionDivisor));
     // One converter sets the rules for dates; a text it refuses keeps the row.
-    const char* end = nullptr;
-    DataTypes::convertFromString(type, text, value, end, kIsoFormat, nullptr, nullptr, nullptr);
+    internal::dateValue(type, ts, value);
     return kOk;
 }
 
@@ -360,7 +343,7 @@ int OdbcResultSet::getColumnBigDateTime(int column, DataValue& value) {
 }
 
 int OdbcResultSet::getColumnTime(int column, DataValue& value) {
-    ByteStore store;
+    ByteStore& store = scratchStore();
     short sqlType = 0;
     int s = readRaw(column, value, store, sqlType);
     if (s != kGoOn) return s;
@@ -412,7 +395,7 @@ int OdbcResultSet::safeTimeAtoi(const char* text) {
 int OdbcResultSet::getColumnDecimalText(int column, unsigned int type, DataValue& value) {
     OdbcCol* col = cell(column);
     if (col == nullptr) return kFailed;
-    ByteStore store;
+    ByteStore& store = scratchStore();
     int s = settle(col->GetData(&store), column, col, value);
     if (s != kGoOn) return s;
     // The scale and precision of the word settle the parse.

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "host/ResultSet.h"
+#include "odbc/ByteStore.h"
 #include "odbc/Odbc.h"
 
 namespace KORVEL { namespace Orl { namespace DB {
@@ -29,7 +30,7 @@ public:
     int getColumnName(int column, std::string& name) override;
     int getColumnType(int column, unsigned int& type) override;
     // Dispatch by the low byte of the type word; 3 without a log line for a
-    // word no reader takes. String and binary buffers come from malloc and
+    // word no reader takes. String and binary buffers come from new[] and
     // belong to the caller.
     int getColumn(int column, unsigned int type, DataTypes::DataValue& value) override;
     int getColumnInt16(int column, DataTypes::DataValue& value) override;
@@ -65,6 +66,14 @@ private:
     int readRaw(int column, DataTypes::DataValue& value, ODBC::ByteStore& store, short& sqlType);
     int getColumnDateText(int column, unsigned int type, DataTypes::DataValue& value);
     int getColumnDecimalText(int column, unsigned int type, DataTypes::DataValue& value);
+
+    // The store every reader that takes a cell's bytes as a ByteStore uses:
+    // one buffer for all cells and rows, so that a row costs no allocation
+    // beyond the buffers its Row takes over. Reach it by scratchStore().
+    ODBC::ByteStore scratch;
+    // The scratch store, emptied and with its room given back when a long
+    // value left more than 64 KiB of it.
+    ODBC::ByteStore& scratchStore();
 };
 
 }}} // namespace KORVEL::Orl::DB

@@ -62,6 +62,14 @@ unsigned int ByteStore::Grow(unsigned int n) {
 
 unsigned int ByteStore::Append(const void* bytes, unsigned int n) {
     if (n == 0) return size;
+    // A reused store mostly has the room already: the cells copy each value
+    // out this way, so that case skips Grow's checks.
+    if (data != nullptr && bytes != nullptr && n < capacity - size) {
+        std::memcpy(data + size, bytes, n);
+        size += n;
+        data[size] = 0;
+        return size;
+    }
     if (Grow(n) == 0) return 0;
     if (bytes != nullptr) {
         std::memcpy(data + size, bytes, n);

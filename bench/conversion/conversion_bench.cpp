@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/RatioReporter.h"
 #include "datatypes/DataTypes.h"
 
 using namespace DataTypes;
@@ -25,6 +26,7 @@ const char* const kDateFormat = "%Y-%m-%d %H:%M:%S";
 
 struct Inputs {
     std::vector<int64_t> longs, money, millis;
+    std::vector<std::string> integerTexts;
     std::vector<double> doubles;
     std::vector<FixedDecimalValue> decimals;
     std::vector<std::string> longTexts, doubleTexts, moneyTexts, decimalTexts, timestampTexts;
@@ -41,6 +43,7 @@ const Inputs& inputs() {
             const int64_t l = static_cast<int64_t>(rng()) >> (rng() % 60);
             r.longs.push_back(l);
             r.longTexts.push_back(std::to_string(l));
+            r.integerTexts.push_back(std::to_string(static_cast<int32_t>(l)));
 
             const double d = std::ldexp(static_cast<double>(rng() % 1000000) - 500000, static_cast<int>(rng() % 40) - 20);
             r.doubles.push_back(d);
@@ -115,6 +118,13 @@ void BM_Long_Strtoll(benchmark::State& state) {
     const auto& t = inputs().longTexts;
     std::size_t i = 0;
     for (auto _ : state) benchmark::DoNotOptimize(std::strtoll(t[i++ % kCount].c_str(), nullptr, 10));
+}
+
+void BM_Integer_ConvertFromStringAndPack(benchmark::State& s) { parseOurs(s, INTEGER, inputs().integerTexts); }
+void BM_Integer_Strtol(benchmark::State& state) {
+    const auto& t = inputs().integerTexts;
+    std::size_t i = 0;
+    for (auto _ : state) benchmark::DoNotOptimize(std::strtol(t[i++ % kCount].c_str(), nullptr, 10));
 }
 
 // ---- doubles ----
@@ -223,6 +233,8 @@ BENCHMARK(BM_Long_ConvertToString);
 BENCHMARK(BM_Long_Snprintf);
 BENCHMARK(BM_Long_ConvertFromStringAndPack);
 BENCHMARK(BM_Long_Strtoll);
+BENCHMARK(BM_Integer_ConvertFromStringAndPack);
+BENCHMARK(BM_Integer_Strtol);
 BENCHMARK(BM_Float_ConvertToString);
 BENCHMARK(BM_Float_Snprintf);
 BENCHMARK(BM_Float_ConvertFromStringAndPack);
@@ -239,3 +251,12 @@ BENCHMARK(BM_Timestamp_ConvertToString);
 BENCHMARK(BM_Timestamp_GmtimeSnprintf);
 BENCHMARK(BM_Timestamp_ConvertFromStringAndPack);
 BENCHMARK(BM_Timestamp_StrptimeTimegm);
+
+int main(int argc, char** argv) {
+    return benchratio::runWithRatios(argc, argv,
+                                     {
+                                         {"BM_Long_ConvertFromStringAndPack", "BM_Long_Strtoll", 1.1},
+                                         {"BM_Integer_ConvertFromStringAndPack", "BM_Integer_Strtol", 1.1},
+                                         {"BM_Timestamp_ConvertFromStringAndPack", "BM_Timestamp_StrptimeTimegm", 1.1},
+                                     });
+}

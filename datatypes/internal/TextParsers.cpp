@@ -9,7 +9,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <strings.h>
-#include <memory>
 
 #include "datatypes/DataTypes.h"
 #include "datatypes/internal/TimeText.h"
@@ -51,53 +50,138 @@ constexpr IntegerMessages kIntervalMessages = {
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
 bool isSign(char c) { return c == '-' || c == '+'; }
 
-// strtol for the 16- and 32-bit types: out of range is ERANGE or outside [lo, hi].
+// The integer at the start of a text, read as strtol reads base 10 from a
+// text whose first character is no blank: an optional sign, then digits up to
+// the first other character. All the digits are passed over even past 64 bits,
+// and a sign without digits reads nothing, leaving `end` at the text's start.
+// By hand rather than by strtol: this is the hot path of every integer read,
+// and the C library's locale and base handling cost more than the digits.
+struct IntegerText {
+    const char* end;
+    uint64_t magnitude;
+    bool negative;
+    bool overflow;  // the magnitude passed 2^64 - 1
+};
+
+IntegerText readInteger(const char* text) {
+    IntegerText r{text, 0, false, false};
+    const char* p = text;
+    if (isSign(*p)) r.negative = *p++ == '-';
+    const char* digits = p;
+    uint64_t m = 0;
+    // Nineteen digits can't pass 2^64 - 1: only a longer run needs the checks.
+    for (int n = 0; n < 19 && isDigit(*p); ++n, ++p) m = m * 10 + static_cast<unsigned>(*p - '0');
+    for (; isDigit(*p); ++p) {
+        if (__builtin_mul_overflow(m, 10u, &m) || __builtin_add_overflow(m, static_cast<unsigned>(*p - '0'), &m))
+            r.overflow = true;
+    }
+    if (p == digits) return r;
+    r.end = p;
+    r.magnitude = m;
+    return r;
+}
+
+// Whether the reading lies in [-lowMagnitude, high].
+bool withinRange(const IntegerText& r, uint64_t lowMagnitude, uint64_t high) {
+    return !r.overflow && r.magnitude <= (r.negative ? lowMagnitude : high);
+}
+
+int64_t signedValue(const IntegerText& r) {
+    return static_cast<int64_t>(r.negative ? 0 - r.magnitude : r.magnitude);
+}
+
+// The 16- and 32-bit types: out of range is beyond 64 bits or outside [lo, hi].
 bool parseNarrow(const char* text, long lo, long hi, const IntegerMessages& m, long& out, const char*& error) {
     if (!isSign(text[0]) && !isDigit(text[0])) {
         error = m.begin;
         return false;
     }
-    char* end = nullptr;
-    errno = 0;
-    const long v = std::strtol(text, &end, 10);
+    const IntegerText r = readInteger(text);
     // A lone sign leaves `end` on the sign, so it fails here and not above.
-    if (*end != '\0') {
+    if (*r.end != '\0') {
         error = m.end;
         return false;
     }
-    if (errno == ERANGE || v < lo || v > hi) {
+    if (!withinRange(r, 0 - static_cast<uint64_t>(lo), static_cast<uint64_t>(hi))) {
         error = m.range;
         return false;
     }
-    out = v;
+    out = static_cast<long>(signedValue(r));
     return true;
 }
 
+// LONG and INTERVAL: out of range is what strtoll clamps to its extremes.
 bool parseWide(const char* text, const IntegerMessages& m, int64_t& out, const char*& error) {
-    char* end = nullptr;
-    errno = 0;
-    const long long v = std::strtoll(text, &end, 10);
-    if (*end != '\0') {
+    const IntegerText r = readInteger(text);
+    if (*r.end != '\0') {
         error = m.end;
         return false;
     }
-    if (errno == ERANGE && (v == LLONG_MAX || v == LLONG_MIN)) {
+    if (!withinRange(r, 9223372036854775808ull, 9223372036854775807ull)) {
         error = m.range;
         return false;
     }
-    out = v;
+    out = signedValue(r);
     return true;
 }
 
 bool isBooleanBlank(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
 
-struct FreeDeleter {
-    void operator()(char* p) const { std::free(p); }
+// What splitTimestamp and splitBigdatetime make of a text, without their two
+// heap blocks for a text of usual length: the part before the last point and
+// `digits` fraction characters, the non-blank ones behind it padded with '0'.
+class SplitTime {
+public:
+    SplitTime(const char* text, std::size_t digits) {
+        const char* point = std::strrchr(text, '.');
+        const std::size_t length = point ? static_cast<std::size_t>(point - text) : std::strlen(text);
+        if (length >= sizeof shortWhole) {
+            longWhole = static_cast<char*>(std::malloc(length + 1));
+            if (longWhole == nullptr) return;
+        }
+        char* whole = longWhole ? longWhole : shortWhole;
+        std::memcpy(whole, text, length);
+        whole[length] = '\0';
+        std::memset(fraction_, '0', digits);
+        fraction_[digits] = '\0';
+        if (point != nullptr) {
+            std::size_t n = 0;
+            for (const char* p = point + 1; *p != '\0' && n < digits; ++p)
+                if (!isTimeBlank(*p)) fraction_[n++] = *p;
+        }
+        whole_ = whole;
+    }
+    ~SplitTime() { std::free(longWhole); }
+    SplitTime(const SplitTime&) = delete;
+    SplitTime& operator=(const SplitTime&) = delete;
+
+    // False only when a long text's copy could not be allocated.
+    bool ok() const { return whole_ != nullptr; }
+    const char* whole() const { return whole_; }
+    // strtol of the fraction: any characters but blanks stand there, so a
+    // sign or junk is read as the C library reads it, and six digits can't overflow.
+    long fractionValue() const {
+        const char* p = fraction_;
+        bool negative = false;
+        if (isSign(*p)) negative = *p++ == '-';
+        long v = 0;
+        for (; isDigit(*p); ++p) v = v * 10 + (*p - '0');
+        return negative ? -v : v;
+    }
+
+private:
+    static bool isTimeBlank(char c) {
+        return c == ' ' || c == '\t' || c == '\n' || c == '\v' || c == '\f' || c == '\r';
+    }
+
+    char shortWhole[64];
+    char* longWhole = nullptr;
+    const char* whole_ = nullptr;
+    char fraction_[8];
 };
-using MallocText = std::unique_ptr<char, FreeDeleter>;
 
 struct FractionalTimeKind {
-    bool (*split)(const char*, char*&, char*&);
+    std::size_t digits;
     int64_t unit;
     int64_t limit;  // largest magnitude of the whole seconds
     const char* splitMessage;
@@ -106,7 +190,7 @@ struct FractionalTimeKind {
 };
 
 constexpr FractionalTimeKind kTimestampKind = {
-    splitTimestamp,
+    3,
     1000,
     9223372036854775LL,
     "could not split timestamp into datetime and millisecond portions.",
@@ -114,7 +198,7 @@ constexpr FractionalTimeKind kTimestampKind = {
     "timestamp overflow",
 };
 constexpr FractionalTimeKind kBigdatetimeKind = {
-    splitBigdatetime,
+    6,
     1000000,
     9223372036854LL,
     "could not split bigdatetime into datetime and microsecond portions.",
@@ -138,22 +222,15 @@ bool readFormattedSeconds(const char* text, const char* format, int64_t& out) {
 
 bool parseFractionalTime(const char* text, const char* format, const FractionalTimeKind& kind, int64_t& out,
                          const char*& error) {
-    char* wholeRaw = nullptr;
-    char* fractionRaw = nullptr;
-    if (!kind.split(text, wholeRaw, fractionRaw)) {
-        std::free(wholeRaw);
-        std::free(fractionRaw);
+    const SplitTime split(text, kind.digits);
+    if (!split.ok()) {
         error = kind.splitMessage;
         return false;
     }
-    // Both parts are freed on every way out, the overflow path included.
-    const MallocText whole(wholeRaw);
-    const MallocText fraction(fractionRaw);
-
     int64_t seconds = 0;
     // The epoch form reads the seconds from the whole text, point and all.
     const bool read = isEpochFormat(format) ? readEpochSeconds(text, seconds)
-                                            : readFormattedSeconds(whole.get(), format, seconds);
+                                            : readFormattedSeconds(split.whole(), format, seconds);
     if (!read) {
         error = kind.formatMessage;
         return false;
@@ -162,9 +239,8 @@ bool parseFractionalTime(const char* text, const char* format, const FractionalT
         error = kind.overflowMessage;
         return false;
     }
-    errno = 0;
     // Added whatever the sign: the fraction of a negative time does not mirror.
-    const int32_t units = static_cast<int32_t>(std::strtol(fraction.get(), nullptr, 10));
+    const int32_t units = static_cast<int32_t>(split.fractionValue());
     int64_t value = 0;
     // The limit leaves room for the whole seconds only; a large fraction on
     // the largest second would wrap, and is an overflow as well.

@@ -76,6 +76,37 @@ TEST_F(ResultSetRead, StringsEndAtZeroAndBinariesKeepEveryByte) {
     delete row;
 }
 
+// Every cell passes through the one store of the result set: a short value
+// behind a long one, a NULL, a binary and a date carry nothing of the cell
+// before them, on every row.
+TEST_F(ResultSetRead, CellsShareNothingThroughTheResultSetsStore) {
+    ResultSet* rs = open("rows=3;col=l:12:3000:text:3000;col=s:12:5:text:5;col=n:12:5:text:5:nullrow=-1;"
+                         "col=b:-3:3:bin:3;col=t:93:23:ts;col=e:12:0:text:0;col=h:-1:100000:text:100000");
+    std::string longText(3000, ' '), hugeText(100000, ' ');
+    for (size_t i = 0; i < hugeText.size(); ++i) hugeText[i] = static_cast<char>('a' + i % 26);
+    longText = hugeText.substr(0, 3000);
+    for (int k = 0; k < 3; ++k) {
+        if (k > 0) {
+            bool more = false;
+            ASSERT_EQ(1, rs->next(more));
+            ASSERT_TRUE(more);
+        }
+        Row* row = nullptr;
+        // The huge value comes last in a row and first after it: the store gives
+        // its room back in between.
+        ASSERT_EQ(1, rs->getData(RowDescriptor({5, 5, 5, 28, 8, 5, 5}), row)) << "row " << k;
+        EXPECT_EQ(longText, row->getColumnValue(0).stringValue);
+        EXPECT_STREQ("abcde", row->getColumnValue(1).stringValue);
+        EXPECT_TRUE(row->getColumnValue(2).isNull);
+        ASSERT_EQ(3u, row->getColumnValue(3).binaryValue.length);
+        EXPECT_EQ(0, std::memcmp("\0\1\2", row->getColumnValue(3).binaryValue.data, 3));
+        EXPECT_EQ(1709251198123, row->getColumnValue(4).int64Value);
+        EXPECT_STREQ("", row->getColumnValue(5).stringValue);
+        EXPECT_EQ(hugeText, row->getColumnValue(6).stringValue);
+        delete row;
+    }
+}
+
 TEST_F(ResultSetRead, FailuresThatCostTheRow) {
     const struct {
         const char* name;
