@@ -15,6 +15,24 @@ namespace KORVEL { namespace Orl { namespace DB { namespace ODBC {
 namespace {
 // putenv keeps the pointer: the text must live as long as the process.
 char s_utcZone[] = "TZ=UTC";
+
+// Largest block of rows a statement takes: a row array costs its column sizes
+// times this, so an absurd setting can't ask for gigabytes.
+constexpr unsigned long kMaxArraySize = 65536;
+
+// A block size property as a row count. Absent, empty, "0", "1" or anything
+// but plain decimal digits leaves blocks off.
+unsigned long arraySizeOf(const std::map<std::string, std::string>& properties, const char* key) {
+    auto it = properties.find(key);
+    if (it == properties.end() || it->second.empty()) return 1;
+    unsigned long rows = 0;
+    for (char c : it->second) {
+        if (c < '0' || c > '9') return 1;
+        rows = rows * 10 + static_cast<unsigned long>(c - '0');
+        if (rows > kMaxArraySize) return kMaxArraySize;
+    }
+    return rows < 1 ? 1 : rows;
+}
 } // namespace
 
 Connection2Odbc::Connection2Odbc(Env2Odbc* env, const char* source, const char* userName)
@@ -68,6 +86,8 @@ int Connection2Odbc::connect(DBError* error) {
                               (SQLCHAR*)password, SQL_NTS);
     if (rc == SQL_SUCCESS) {
         connected = true;
+        fetchRows = arraySizeOf(properties, "FetchArraySize");
+        paramRows = arraySizeOf(properties, "ParamArraySize");
         return 0;
     }
     // With SQL_SUCCESS_WITH_INFO the driver is connected while this object

@@ -56,6 +56,11 @@ public:
     int rollback(DBError* error) override;
 
     SQLHDBC handle() const { return dbc; }
+    // Rows per block of the statements prepared from now on, as "FetchArraySize"
+    // and "ParamArraySize" said at the last connect; 1 (or less) means one row
+    // per SQLFetch and per SQLExecute, as without the properties.
+    unsigned long fetchArraySize() const { return fetchRows; }
+    unsigned long paramArraySize() const { return paramRows; }
     bool isConnected() const { return connected; }
     void setService(const std::string& name) { service = name; }
 
@@ -72,6 +77,8 @@ private:
     bool connected = false;
     std::map<std::string, std::string> properties;
     std::set<PreparedStatement2Odbc*, compare_ptr<PreparedStatement2Odbc> > statements;  // owned
+    unsigned long fetchRows = 1;
+    unsigned long paramRows = 1;
 };
 
 }}}} // namespace KORVEL::Orl::DB::ODBC

@@ -5,6 +5,8 @@
 #include <cstdlib>
 
 #include "bulk/Connection2Odbc.h"
+#include "bulk/internal/ParamBlock.h"
+#include "bulk/internal/RowBlock.h"
 #include "bulk/internal/Report.h"
 #include "datatypes/DataTypes.h"
 
@@ -229,6 +231,7 @@ int PreparedStatement2Odbc::initialize(int count, const unsigned int* types, DBE
     lengths.assign(n, 0);
     if (count == 0) createOrlDataTypes();
     else processOrlTypes(count, types);
+    setUpRowBlock();
     return 0;
 }
 

@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -19,6 +20,8 @@
 namespace KORVEL { namespace Orl { namespace DB { namespace ODBC {
 
 class Connection2Odbc;
+struct RowBlock;
+struct ParamBlock;
 
 // Kept for the host's binary interface: the bind length that all parameters
 // once shared. Binds and reads here keep their lengths per parameter and per
@@ -73,7 +76,8 @@ public:
     // columns[i]: the row column that feeds parameter i; types[i] its type word.
     int setBindings(std::vector<int>& columns, const unsigned int* types, DBError* error) override;
     int execute(const RowInternal2* row, DBError* error) override;
-    // Not supported: -1, nothing touched.
+    // A null-terminated list of rows as parameter arrays of at most
+    // "ParamArraySize" rows each. Without that property: -1, nothing touched.
     int execute(const RowInternal2** rows, DBError* error) override;
     int execute(std::vector<DataTypes::DataValue>& values, std::vector<unsigned int>& types,
                 DBError* error) override;
@@ -95,6 +99,9 @@ public:
     template <short T>
     int getDataColumn(unsigned long column, void* target, long& length, DBError* error);
 
+    // True when the statement reads several rows per SQLFetch ("FetchArraySize").
+    bool readsBlocks() const { return rowBlock != nullptr; }
+
     // The driver manager freed the handle with its connection.
     void forgetHandle() { stmt = SQL_NULL_HSTMT; }
 
@@ -111,7 +118,23 @@ private:
     };
     void releaseBindBlocks();
 
+    // Row blocks (see PreparedStatement2OdbcBlock.cpp).
+    void setUpRowBlock();
+    void dropRowBlock();
+    bool bindRowBlock();
+    int fetchBlock(bool& more, DBError* error);
+    RowInternal2* packBlockRow(DBError* error);
+    int blockValues(std::vector<DataTypes::DataValue>& values, DBError* error);
+    // Parameter arrays.
+    int executeChunk(const RowInternal2* const* rows, size_t count, size_t first, DBError* error);
+    int runArrays(size_t count, size_t first, DBError* error);
+
     int executeBound(DBError* error);
+    // A row whose offsets or values lie outside its own size: "packed row
+    // shorter than its offset table" or "packed row value outside the row", -1.
+    int checkRow(const RowInternal2* row, DBError* error) const;
+    // The packed value of the row that feeds parameter `s`; null for NULL.
+    const void* valueInRow(const RowInternal2* row, const DATA_XFER_SETTINGS& s) const;
     int failGetData(SQLRETURN rc, DBError* error);
     bool fixedLengthFits(unsigned int word, long length, DBError* error);
     void freeBlock(unsigned long column);
@@ -133,6 +156,10 @@ private:
     std::vector<long> lengths;
     Connection2Odbc* connection;  // not owned
     std::vector<BindSlot> bindSlots;  // one per parameter
+    // Several rows per SQLFetch; null when the statement reads one at a time.
+    std::unique_ptr<RowBlock> rowBlock;
+    // Buffers of the parameter arrays; made at the first multi-row execute.
+    std::unique_ptr<ParamBlock> paramBlock;
 };
 
 template <> int PreparedStatement2Odbc::getDataColumn<93>(unsigned long, void*, long&, DBError*);

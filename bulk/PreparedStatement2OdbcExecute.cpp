@@ -5,7 +5,9 @@
 
 #include "bulk/PreparedStatement2Odbc.h"
 #include "bulk/RowInternal2.h"
+#include "bulk/internal/Cells.h"
 #include "bulk/internal/Report.h"
+#include "bulk/internal/RowBlock.h"
 #include "datatypes/DataTypes.h"
 
 namespace KORVEL { namespace Orl { namespace DB { namespace ODBC {
@@ -13,32 +15,6 @@ namespace KORVEL { namespace Orl { namespace DB { namespace ODBC {
 using namespace DataTypes;
 
 namespace {
-
-// Seconds and a forward-counting fraction (in `unit`ths) of a signed count of
-// `unit`ths of a second: -1 ms is second -1 plus 999 ms.
-void splitUnits(int64_t value, int64_t unit, int64_t& seconds, int64_t& fraction) {
-    fraction = value % unit;
-    if (fraction < 0) fraction = -fraction;
-    seconds = value / unit;
-    if (value < 0 && fraction != 0) {
-        fraction = unit - fraction;
-        seconds = (value - fraction) / unit;
-    }
-}
-
-bool fillTimestamp(int64_t seconds, int64_t nanoseconds, SQL_TIMESTAMP_STRUCT& ts) {
-    time_t t = static_cast<time_t>(seconds);
-    tm fields;
-    if (gmtime_r(&t, &fields) == nullptr) return false;
-    ts.year = static_cast<SQLSMALLINT>(fields.tm_year + 1900);
-    ts.month = static_cast<SQLUSMALLINT>(fields.tm_mon + 1);
-    ts.day = static_cast<SQLUSMALLINT>(fields.tm_mday);
-    ts.hour = static_cast<SQLUSMALLINT>(fields.tm_hour);
-    ts.minute = static_cast<SQLUSMALLINT>(fields.tm_min);
-    ts.second = static_cast<SQLUSMALLINT>(fields.tm_sec);
-    ts.fraction = static_cast<SQLUINTEGER>(nanoseconds);
-    return true;
-}
 
 int64_t readInt64(const void* value) {
     int64_t v;
@@ -102,32 +78,19 @@ int PreparedStatement2Odbc::bindParameter(unsigned long index, const void* value
         switch (type) {
         case DATE:
         case TIMESTAMP:
-        case BIGDATETIME: {
-            int64_t seconds = readInt64(value), fraction = 0, nanosPerUnit = 0;
-            if (type == TIMESTAMP) {
-                splitUnits(seconds, 1000, seconds, fraction);
-                nanosPerUnit = 1000000;
-            } else if (type == BIGDATETIME) {
-                splitUnits(seconds, 1000000, seconds, fraction);
-                nanosPerUnit = 1000;
-            }
-            if (!fillTimestamp(seconds, fraction * nanosPerUnit, slot.timestamp)) {
+        case BIGDATETIME:
+            if (!timestampOf(word, readInt64(value), slot.timestamp)) {
                 reportLibrary(error, "error converting date");
                 return -1;
             }
             data = &slot.timestamp;
             bufferLength = slot.length = sizeof(SQL_TIMESTAMP_STRUCT);
             break;
-        }
-        case TIME: {
-            int64_t v = readInt64(value);
-            slot.time.hour = static_cast<SQLUSMALLINT>(v / 3600);
-            slot.time.minute = static_cast<SQLUSMALLINT>((v % 3600) / 60);
-            slot.time.second = static_cast<SQLUSMALLINT>(v % 60);
+        case TIME:
+            timeOf(readInt64(value), slot.time);
             data = &slot.time;
             bufferLength = slot.length = sizeof(SQL_TIME_STRUCT);
             break;
-        }
         case STRING:
             data = const_cast<void*>(value);
             bufferLength = slot.length = static_cast<SQLLEN>(std::strlen(static_cast<const char*>(value)));
@@ -185,23 +148,17 @@ RowInternal2* PreparedStatement2Odbc::packValues(const std::vector<void*>& value
     return row;
 }
 
-int PreparedStatement2Odbc::executeBound(DBError* error) {
-    SQLRETURN rc = SQLExecute(stmt);
-    if (rc == SQL_SUCCESS) {
-        resultState = -1;
-        return 0;
-    }
-    // SQL_SUCCESS_WITH_INFO fails too, and so does SQL_NO_DATA from an update
-    // that touched no row.
-    reportOdbc(error, SQL_HANDLE_STMT, stmt, rc);
-    return -1;
+const void* PreparedStatement2Odbc::valueInRow(const RowInternal2* row, const DATA_XFER_SETTINGS& s) const {
+    // A binding to a column the row doesn't have reads as NULL.
+    const int64_t rowColumns = row ? static_cast<int64_t>(row->columnCount) : 0;
+    if (s.rowColumn < 0 || s.rowColumn >= rowColumns) return nullptr;
+    const unsigned char* base = reinterpret_cast<const unsigned char*>(row);
+    int32_t offset;
+    std::memcpy(&offset, base + headerSize + 4 * s.rowColumn, sizeof offset);
+    return offset > 0 ? base + offset : nullptr;
 }
 
-int PreparedStatement2Odbc::execute(const RowInternal2* row, DBError* error) {
-    if (bound != 1) {
-        reportLibrary(error, "No param binding in effect");
-        return -1;
-    }
+int PreparedStatement2Odbc::checkRow(const RowInternal2* row, DBError* error) const {
     const unsigned char* base = reinterpret_cast<const unsigned char*>(row);
     const int64_t rowColumns = row ? static_cast<int64_t>(row->columnCount) : 0;
     const size_t tableEnd = static_cast<size_t>(headerSize) + 4 * (static_cast<size_t>(rowColumns) + 1);
@@ -220,16 +177,31 @@ int PreparedStatement2Odbc::execute(const RowInternal2* row, DBError* error) {
             return -1;
         }
     }
+    return 0;
+}
+
+int PreparedStatement2Odbc::executeBound(DBError* error) {
+    if (rowBlock) rowBlock->fetched = 0;
+    SQLRETURN rc = SQLExecute(stmt);
+    if (rc == SQL_SUCCESS) {
+        resultState = -1;
+        return 0;
+    }
+    // SQL_SUCCESS_WITH_INFO fails too, and so does SQL_NO_DATA from an update
+    // that touched no row.
+    reportOdbc(error, SQL_HANDLE_STMT, stmt, rc);
+    return -1;
+}
+
+int PreparedStatement2Odbc::execute(const RowInternal2* row, DBError* error) {
+    if (bound != 1) {
+        reportLibrary(error, "No param binding in effect");
+        return -1;
+    }
+    if (checkRow(row, error) != 0) return -1;
     for (size_t i = 0; i < parameters.size(); ++i) {
         DATA_XFER_SETTINGS& s = parameters[i];
-        // A binding to a column the row doesn't have reads as NULL.
-        const void* value = nullptr;
-        if (s.rowColumn >= 0 && s.rowColumn < rowColumns) {
-            int32_t offset;
-            std::memcpy(&offset, base + headerSize + 4 * s.rowColumn, sizeof offset);
-            if (offset > 0) value = base + offset;
-        }
-        int result = bindParameter(i, value, s.typeWord, error);
+        int result = bindParameter(i, valueInRow(row, s), s.typeWord, error);
         if (result != 0) {
             close(error);
             return result;
@@ -238,7 +210,6 @@ int PreparedStatement2Odbc::execute(const RowInternal2* row, DBError* error) {
     return executeBound(error);
 }
 
-int PreparedStatement2Odbc::execute(const RowInternal2**, DBError*) { return -1; }
 
 int PreparedStatement2Odbc::execute(std::vector<DataValue>& values, std::vector<unsigned int>& types,
                                     DBError* error) {

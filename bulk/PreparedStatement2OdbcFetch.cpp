@@ -6,9 +6,10 @@
 
 #include "bulk/PreparedStatement2Odbc.h"
 #include "bulk/RowInternal2.h"
+#include "bulk/internal/Cells.h"
 #include "bulk/internal/Report.h"
+#include "bulk/internal/RowBlock.h"
 #include "datatypes/DataTypes.h"
-#include "format/Calendar.h"
 
 namespace KORVEL { namespace Orl { namespace DB { namespace ODBC {
 
@@ -16,8 +17,7 @@ using namespace DataTypes;
 
 namespace {
 
-// First reads of long values: short ones cost one SQLGetData.
-constexpr SQLLEN kTextFirstRead = 128;
+// First read of a binary value: short ones cost one SQLGetData.
 constexpr SQLLEN kBinaryFirstRead = 60;  // behind the 4-byte length of the packed form
 // A driver that calls a read complete yet counts more bytes than the buffer it
 // was given, or a negative count that means nothing, would have the row packed
@@ -31,23 +31,15 @@ bool isBlockType(unsigned int word) { return word == STRING || word == BINARY; }
 // which has no buffer of its own.
 bool getsBlock(unsigned int word) { return isBlockType(typeOf(word)); }
 
-// Seconds of the date and time fields, read as UTC. The rest of the tm is
-// cleared: years before 1970 go through mktime, which reads all of it.
-long secondsOf(int year, int month, int day, int hour, int minute, int second) {
-    tm t;
-    std::memset(&t, 0, sizeof t);
-    t.tm_year = year - 1900;
-    t.tm_mon = month - 1;
-    t.tm_mday = day;
-    t.tm_hour = hour;
-    t.tm_min = minute;
-    t.tm_sec = second;
-    return tm2sec(&t);
-}
-
 } // namespace
 
 int PreparedStatement2Odbc::close(DBError* error) {
+    if (rowBlock) {
+        // The cursor goes, and with it the block's rows; the columns may
+        // come unbound below, and are bound again at the next fetch.
+        rowBlock->fetched = 0;
+        rowBlock->bound = false;
+    }
     if (stmt != SQL_NULL_HSTMT) {
         for (SQLUSMALLINT option : {SQL_CLOSE, SQL_UNBIND, SQL_RESET_PARAMS}) {
             SQLRETURN rc = SQLFreeStmt(stmt, option);
@@ -84,6 +76,7 @@ int PreparedStatement2Odbc::nextResultSet(bool& more, DBError* error) {
         return 0;
     }
     SQLRETURN rc = SQLMoreResults(stmt);
+    if (rowBlock) rowBlock->fetched = 0;
     if (rc == SQL_NO_DATA) return 0;
     if (rc == SQL_SUCCESS) {
         ++resultState;
@@ -95,6 +88,7 @@ int PreparedStatement2Odbc::nextResultSet(bool& more, DBError* error) {
 }
 
 int PreparedStatement2Odbc::hasMoreData(bool& more, DBError* error) {
+    if (rowBlock) return fetchBlock(more, error);
     more = false;
     SQLRETURN rc = SQLFetch(stmt);
     if (rc == SQL_NO_DATA) return 0;
@@ -126,6 +120,9 @@ RowInternal2* PreparedStatement2Odbc::nextRow(DBError* error) {
         reportLibrary(error, "no data");
         return nullptr;
     }
+    // Before the first fetch and after the last, the row-at-a-time reads
+    // answer as the driver does.
+    if (rowBlock && rowBlock->onRow()) return packBlockRow(error);
     const size_t n = columns.size();
     if (offsets.size() < n + 1) offsets.assign(n + 1, 0);  // no result columns: the bare header
     long running = static_cast<long>(4 * n + 56);
@@ -173,6 +170,7 @@ int PreparedStatement2Odbc::nextRow(std::vector<DataValue>& values, DBError* err
         reportLibrary(error, "invalid column count");
         return -1;
     }
+    if (rowBlock && rowBlock->onRow()) return blockValues(values, error);
     for (size_t j = 0; j < columns.size(); ++j) {
         if (fetchers[j] == nullptr) continue;
         const unsigned int word = columnTypes[j];
@@ -215,50 +213,20 @@ int PreparedStatement2Odbc::getDataColumn<93>(unsigned long column, void* target
     SQLRETURN rc = SQLGetData(stmt, static_cast<SQLUSMALLINT>(column + 1), SQL_C_TYPE_TIMESTAMP, &ts, sizeof ts, &length);
     if (rc != SQL_SUCCESS) return failGetData(rc, error);
     if (length == SQL_NULL_DATA) return 0;
-    int64_t value;
-    switch (typeOf(columnTypes[column])) {
-    case DATE:
-        // The time of day that the driver delivers stays in.
-        value = secondsOf(ts.year, ts.month, ts.day, ts.hour, ts.minute, ts.second);
-        break;
-    case TIMESTAMP:
-        value = static_cast<int64_t>(secondsOf(ts.year, ts.month, ts.day, ts.hour, ts.minute, ts.second)) * 1000 +
-                ts.fraction / 1000000;
-        break;
-    case BIGDATETIME:
-        value = static_cast<int64_t>(secondsOf(ts.year, ts.month, ts.day, ts.hour, ts.minute, ts.second)) * 1000000 +
-                ts.fraction / 1000;
-        break;
-    case TIME:
-        value = ts.hour * 3600 + ts.minute * 60 + ts.second;
-        break;
-    default:
-        return 0;
-    }
-    std::memcpy(target, &value, sizeof value);
+    if (!storeTimeValue(columnTypes[column], ts, target)) return 0;
     length = 8;
     return 0;
 }
 
 template <>
 int PreparedStatement2Odbc::getDataColumn<2>(unsigned long column, void* target, long& length, DBError* error) {
-    char text[32];
+    char text[kDecimalTextRoom];
     text[0] = '\0';
     SQLRETURN rc = SQLGetData(stmt, static_cast<SQLUSMALLINT>(column + 1), SQL_C_CHAR, text, sizeof text, &length);
     // A text of 32 characters or more comes back truncated, which fails here.
     if (rc != SQL_SUCCESS) return failGetData(rc, error);
     if (length == SQL_NULL_DATA) return 0;
-    const unsigned int word = columnTypes[column];
-    const unsigned long room = typeOf(word) == FIXEDDECIMAL ? 24 : 8;
-    const char* message = nullptr;
-    unsigned long n = convertFromStringAndPack(word, false, text, static_cast<unsigned char*>(target), room, message,
-                                               nullptr, nullptr, nullptr, nullptr);
-    if (static_cast<int32_t>(n) < 0) {
-        reportLibrary(error, message ? message : "");
-        return -1;
-    }
-    length = static_cast<long>(room);
-    return 0;
+    return packDecimalText(columnTypes[column], text, target, length, error);
 }
 
 template <>
@@ -363,8 +331,12 @@ int PreparedStatement2Odbc::getDataColumn<91>(unsigned long column, void* target
         length = SQL_NULL_DATA;
         return 0;
     }
-    int64_t value = secondsOf(date.year, date.month, date.day, 0, 0, 0);
-    std::memcpy(target, &value, sizeof value);
+    SQL_TIMESTAMP_STRUCT midnight;
+    std::memset(&midnight, 0, sizeof midnight);
+    midnight.year = date.year;
+    midnight.month = date.month;
+    midnight.day = date.day;
+    storeTimeValue(DATE, midnight, target);
     return 0;
 }
 

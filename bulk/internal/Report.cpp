@@ -2,6 +2,9 @@
 
 #include "bulk/DBError2Odbc.h"
 
+#include <cstring>
+#include <string>
+
 namespace KORVEL { namespace Orl { namespace DB { namespace ODBC {
 
 void reportLibrary(DBError* error, const char* text) {
@@ -26,6 +29,26 @@ void reportOdbc(DBError* error, short handleType, void* handle, short returnCode
         DBError2Odbc* record = asRecord(error);
         record->errorSource = "odbc";
         record->processOdbcError(handleType, handle, returnCode);
+    } catch (...) {
+    }
+}
+
+void reportTruncation(DBError* error) {
+    if (error == nullptr) return;
+    try {
+        DBError2Odbc* record = asRecord(error);
+        record->errorSource = "odbc";
+        record->errorString = "[1][01004]String data, right truncated";
+        std::memcpy(record->sqlState, "01004", 6);
+        record->nativeErrorCode = 0;
+    } catch (...) {
+    }
+}
+
+void reportRow(DBError* error, unsigned long row) {
+    if (error == nullptr) return;
+    try {
+        asRecord(error)->errorString += " (row " + std::to_string(row) + ")";
     } catch (...) {
     }
 }

@@ -13,5 +13,10 @@ void reportLibrary(DBError* error, const char* text);
 void reportNotConnected(DBError* error);
 // An ODBC status other than SQL_SUCCESS: source "odbc", then the diagnostics.
 void reportOdbc(DBError* error, short handleType, void* handle, short returnCode);
+// A value cut short where no diagnostic of the driver's is at hand: source
+// "odbc", SQLSTATE "01004", text "[1][01004]String data, right truncated".
+void reportTruncation(DBError* error);
+// Appends " (row N)" to the text already in the record.
+void reportRow(DBError* error, unsigned long row);
 
 }}}} // namespace KORVEL::Orl::DB::ODBC

@@ -1,0 +1,421 @@
+// Block transfers of the bulk path against raw ODBC loops, in one run.
+//
+// Reads: 1,000,000 rows of (integer, double precision, varchar(20), timestamp,
+// numeric(12,2)) on SQLite and PostgreSQL, four ways: a raw loop of SQLFetch
+// and one SQLGetData per cell; a raw loop over column-wise bound arrays of
+// 1024 rows; the bulk path one row per fetch; the bulk path with
+// "FetchArraySize" 1024. Both bulk ways go through FactoryDriver and yield a
+// packed row per row, as the server reads them.
+// Writes: 100,000 such rows into PostgreSQL through the bulk path, one
+// execute a row against the multi-row execute with "ParamArraySize" 1024.
+//
+// Needs the test databases: . scripts/odbc-env.sh; bash scripts/db-start.sh pg.
+// DSNs and credentials: ORL_BENCH_SQLITE (orl_sqlite), ORL_BENCH_PG (orl_pg),
+// ORL_BENCH_USER (orl), ORL_BENCH_PASSWORD (orl_pw). Prints the ratios of the
+// medians at the end, and each run's peak resident size.
+#include <benchmark/benchmark.h>
+#include <dlfcn.h>
+#include <sql.h>
+#include <sqlext.h>
+#include <sys/resource.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "datatypes/DataTypes.h"
+#include "host/Connection2.h"
+#include "host/DBError.h"
+#include "host/DataService.h"
+#include "host/Driver.h"
+#include "host/PreparedStatement.h"
+
+using namespace KORVEL::Orl;
+using namespace KORVEL::Orl::DB;
+
+namespace {
+
+// ORL_BENCH_ROWS sets another count, for profiling runs.
+int g_readRows = 1000000;
+constexpr int kWriteRows = 100000;
+constexpr int kBlock = 1024;
+constexpr const char* kSelect = "SELECT i, d, s, ts, n FROM block_bench";
+
+std::string env(const char* name, const char* fallback) {
+    const char* v = std::getenv(name);
+    return v && *v ? v : fallback;
+}
+
+struct Dsn {
+    std::string name, user, password;
+};
+Dsn g_sqlite, g_pg;
+Driver* g_driver = nullptr;
+
+double peakMegabytes() {
+    rusage usage;
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_maxrss / 1024.0;
+}
+
+// A raw connection with the bulk path's settings: autocommit off.
+struct RawConnection {
+    SQLHENV env = SQL_NULL_HENV;
+    SQLHDBC dbc = SQL_NULL_HDBC;
+    bool ok = false;
+    explicit RawConnection(const Dsn& d) {
+        SQLAllocHandle(SQL_HANDLE_ENV, SQL_NULL_HANDLE, &env);
+        SQLSetEnvAttr(env, SQL_ATTR_ODBC_VERSION, reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3), 0);
+        SQLAllocHandle(SQL_HANDLE_DBC, env, &dbc);
+        SQLSetConnectAttr(dbc, SQL_ATTR_AUTOCOMMIT, reinterpret_cast<SQLPOINTER>(SQL_AUTOCOMMIT_OFF), SQL_IS_UINTEGER);
+        ok = SQL_SUCCEEDED(SQLConnect(dbc, (SQLCHAR*)d.name.c_str(), SQL_NTS, (SQLCHAR*)d.user.c_str(), SQL_NTS,
+                                      (SQLCHAR*)d.password.c_str(), SQL_NTS));
+    }
+    ~RawConnection() {
+        if (ok) {
+            SQLEndTran(SQL_HANDLE_DBC, dbc, SQL_ROLLBACK);
+            SQLDisconnect(dbc);
+        }
+        SQLFreeHandle(SQL_HANDLE_DBC, dbc);
+        SQLFreeHandle(SQL_HANDLE_ENV, env);
+    }
+    bool run(const char* sql) {
+        SQLHSTMT st;
+        SQLAllocHandle(SQL_HANDLE_STMT, dbc, &st);
+        const bool done = SQL_SUCCEEDED(SQLExecDirect(st, (SQLCHAR*)sql, SQL_NTS));
+        SQLFreeHandle(SQL_HANDLE_STMT, st);
+        return done;
+    }
+};
+
+bool makeTable(const Dsn& d, bool sqlite) {
+    RawConnection c(d);
+    if (!c.ok) return false;
+    c.run("DROP TABLE IF EXISTS block_bench");
+    const char* create = "CREATE TABLE block_bench (i INTEGER, d DOUBLE PRECISION, s VARCHAR(20), ts TIMESTAMP, "
+                         "n NUMERIC(12,2))";
+    const std::string rows = std::to_string(g_readRows);
+    const std::string fill =
+        sqlite ? "INSERT INTO block_bench WITH RECURSIVE c(x) AS (SELECT 1 UNION ALL SELECT x + 1 FROM c WHERE x < " +
+                     rows + ") SELECT x, x * 0.5, printf('%020d', x), datetime(1704067200 + x, 'unixepoch'), " +
+                     "printf('%d.%02d', x, x % 100) FROM c"
+               : "INSERT INTO block_bench SELECT x, x * 0.5, lpad(x::text, 20, '0'), timestamp '2024-01-01' + x * "
+                 "interval '1 second', x + (x % 100) / 100.0 FROM generate_series(1, " + rows + ") AS x";
+    bool ok = c.run(create) && c.run(fill.c_str());
+    ok = ok && SQL_SUCCEEDED(SQLEndTran(SQL_HANDLE_DBC, c.dbc, SQL_COMMIT));
+    return ok;
+}
+
+void dropTable(const Dsn& d, const char* table) {
+    RawConnection c(d);
+    if (!c.ok) return;
+    c.run((std::string("DROP TABLE IF EXISTS ") + table).c_str());
+    SQLEndTran(SQL_HANDLE_DBC, c.dbc, SQL_COMMIT);
+}
+
+// The C type the bulk path reads the numeric(12,2) column with: SQLite's
+// driver describes it as a double, PostgreSQL's as a decimal, read as text.
+SQLSMALLINT decimalCType(SQLHSTMT st) {
+    SQLCHAR name[64];
+    SQLSMALLINT nameLength = 0, type = 0, digits = 0, nullable = 0;
+    SQLULEN size = 0;
+    SQLDescribeCol(st, 5, name, sizeof name, &nameLength, &type, &size, &digits, &nullable);
+    return type == SQL_NUMERIC || type == SQL_DECIMAL ? SQL_C_CHAR : SQL_C_DOUBLE;
+}
+
+// One SQLGetData per cell, with the C types and into buffers of the sizes the
+// bulk path reads with.
+void RawRows(benchmark::State& state, const Dsn* d) {
+    RawConnection c(*d);
+    if (!c.ok) return state.SkipWithError("connect");
+    for (auto _ : state) {
+        SQLHSTMT st;
+        SQLAllocHandle(SQL_HANDLE_STMT, c.dbc, &st);
+        SQLExecDirect(st, (SQLCHAR*)kSelect, SQL_NTS);
+        const SQLSMALLINT cType = decimalCType(st);
+        long rows = 0;
+        SQLINTEGER i = 0;
+        double dbl = 0;
+        char text[128], decimal[32];
+        SQL_TIMESTAMP_STRUCT ts;
+        SQLLEN ind = 0;
+        while (SQLFetch(st) == SQL_SUCCESS) {
+            SQLGetData(st, 1, SQL_C_SLONG, &i, sizeof i, &ind);
+            SQLGetData(st, 2, SQL_C_DOUBLE, &dbl, sizeof dbl, &ind);
+            SQLGetData(st, 3, SQL_C_CHAR, text, sizeof text, &ind);
+            SQLGetData(st, 4, SQL_C_TYPE_TIMESTAMP, &ts, sizeof ts, &ind);
+            SQLGetData(st, 5, cType, decimal, sizeof decimal, &ind);
+            benchmark::DoNotOptimize(i);
+            benchmark::DoNotOptimize(dbl);
+            benchmark::DoNotOptimize(text[0]);
+            ++rows;
+        }
+        SQLFreeHandle(SQL_HANDLE_STMT, st);
+        SQLEndTran(SQL_HANDLE_DBC, c.dbc, SQL_COMMIT);
+        if (rows != g_readRows) state.SkipWithError("row count");
+    }
+    state.counters["peak_MB"] = peakMegabytes();
+    state.SetItemsProcessed(state.iterations() * g_readRows);
+}
+
+// Column-wise bound arrays of 1024 rows, C types as above, each row's cells
+// touched once.
+void RawArrays(benchmark::State& state, const Dsn* d) {
+    RawConnection c(*d);
+    if (!c.ok) return state.SkipWithError("connect");
+    std::vector<SQLINTEGER> ints(kBlock);
+    std::vector<double> dbls(kBlock);
+    std::vector<char> texts(kBlock * 84), decimals(kBlock * 32);
+    std::vector<SQL_TIMESTAMP_STRUCT> stamps(kBlock);
+    std::vector<SQLLEN> lengths(5 * kBlock);
+    for (auto _ : state) {
+        SQLHSTMT st;
+        SQLAllocHandle(SQL_HANDLE_STMT, c.dbc, &st);
+        SQLULEN fetched = 0;
+        SQLSetStmtAttr(st, SQL_ATTR_ROW_BIND_TYPE, reinterpret_cast<SQLPOINTER>(SQL_BIND_BY_COLUMN), 0);
+        SQLSetStmtAttr(st, SQL_ATTR_ROW_ARRAY_SIZE, reinterpret_cast<SQLPOINTER>(static_cast<SQLULEN>(kBlock)), 0);
+        SQLSetStmtAttr(st, SQL_ATTR_ROWS_FETCHED_PTR, &fetched, 0);
+        SQLExecDirect(st, (SQLCHAR*)kSelect, SQL_NTS);
+        SQLBindCol(st, 1, SQL_C_SLONG, ints.data(), sizeof(SQLINTEGER), &lengths[0]);
+        SQLBindCol(st, 2, SQL_C_DOUBLE, dbls.data(), sizeof(double), &lengths[kBlock]);
+        SQLBindCol(st, 3, SQL_C_CHAR, texts.data(), 84, &lengths[2 * kBlock]);
+        SQLBindCol(st, 4, SQL_C_TYPE_TIMESTAMP, stamps.data(), sizeof(SQL_TIMESTAMP_STRUCT), &lengths[3 * kBlock]);
+        SQLBindCol(st, 5, decimalCType(st), decimals.data(), 32, &lengths[4 * kBlock]);
+        long rows = 0;
+        while (SQL_SUCCEEDED(SQLFetch(st))) {
+            for (SQLULEN r = 0; r < fetched; ++r) {
+                benchmark::DoNotOptimize(ints[r]);
+                benchmark::DoNotOptimize(dbls[r]);
+                benchmark::DoNotOptimize(texts[r * 84]);
+                benchmark::DoNotOptimize(stamps[r].second);
+                benchmark::DoNotOptimize(decimals[r * 32]);
+            }
+            rows += static_cast<long>(fetched);
+        }
+        SQLFreeHandle(SQL_HANDLE_STMT, st);
+        SQLEndTran(SQL_HANDLE_DBC, c.dbc, SQL_COMMIT);
+        if (rows != g_readRows) state.SkipWithError("row count");
+    }
+    state.counters["peak_MB"] = peakMegabytes();
+    state.SetItemsProcessed(state.iterations() * g_readRows);
+}
+
+// A bulk connection through the driver, with the block properties at `rows`.
+Connection2* connect2(const Dsn& d, int rows, DBError* error) {
+    DataService service("bench");
+    service.setProperty("DSN", d.name);
+    service.setProperty("User", d.user);
+    service.setProperty("Password", d.password);
+    if (rows > 1) {
+        service.setProperty("FetchArraySize", std::to_string(rows));
+        service.setProperty("ParamArraySize", std::to_string(rows));
+    }
+    Connection2* c = g_driver->createConnection2(service, error);
+    if (c && c->connect(error) != 0) {
+        g_driver->releaseConnection2(c, error);
+        return nullptr;
+    }
+    return c;
+}
+
+// Packed rows through the bulk path; `rows` 1 is one SQLFetch a row.
+void BulkRead(benchmark::State& state, const Dsn* d, int rows) {
+    DBError* error = g_driver->createError("bench");
+    Connection2* c = connect2(*d, rows, error);
+    if (!c) {
+        state.SkipWithError(error->getErrorString());
+        g_driver->releaseError(error);
+        return;
+    }
+    for (auto _ : state) {
+        // A statement per pass, as the raw loops have: its release closes
+        // the cursor, so that no driver keeps two results at once.
+        PreparedStatement* st = c->createPreparedStatement(kSelect, error);
+        bool more = false;
+        long count = 0;
+        if (!st || st->execute(error) != 0 || st->nextResultSet(more, error) != 0) {
+            state.SkipWithError(error->getErrorString());
+            break;
+        }
+        while (st->hasMoreData(more, error) == 0 && more) {
+            RowInternal2* row = st->nextRow(error);
+            benchmark::DoNotOptimize(row);
+            std::free(row);
+            ++count;
+        }
+        c->releaseStatement(st, error);
+        c->commit(error);
+        if (count != g_readRows) state.SkipWithError("row count");
+    }
+    c->disconnect(true, error);
+    g_driver->releaseConnection2(c, error);
+    g_driver->releaseError(error);
+    state.counters["peak_MB"] = peakMegabytes();
+    state.SetItemsProcessed(state.iterations() * g_readRows);
+}
+
+// 100,000 packed rows, made once.
+std::vector<RowInternal2*> writeRows() {
+    using namespace DataTypes;
+    static std::vector<RowInternal2*> rows;
+    if (!rows.empty()) return rows;
+    const unsigned int words[] = {INTEGER, FLOAT, STRING, BIGDATETIME, createFixedDecimal(12, 2)};
+    for (int k = 0; k < kWriteRows; ++k) {
+        char text[24], decimal[24];
+        std::snprintf(text, sizeof text, "%020d", k);
+        std::snprintf(decimal, sizeof decimal, "%d.%02d", k, k % 100);
+        DataValue v[5];
+        v[0].int32Value = k;
+        v[1].doubleValue = k * 0.5;
+        v[2].stringValue = text;
+        v[3].int64Value = (1704067200LL + k) * 1000000;
+        const char* problem = nullptr;
+        convertFromString(words[4], decimal, v[4], problem, nullptr, nullptr, nullptr, nullptr);
+        size_t size = 56 + 4 * 5;
+        for (int j = 0; j < 5; ++j) size += getPackedSize(words[j], v[j]);
+        unsigned char* block = static_cast<unsigned char*>(std::calloc(1, size));
+        int32_t offset = 56 + 4 * 5;
+        for (int j = 0; j <= 5; ++j) {
+            std::memcpy(block + 48 + 4 * j, &offset, 4);
+            if (j < 5) offset += static_cast<int32_t>(packValue(words[j], v[j], block + offset, size - offset));
+        }
+        const uint32_t header[4] = {static_cast<uint32_t>(size), 1, 0, 5};
+        std::memcpy(block, header, sizeof header);
+        rows.push_back(reinterpret_cast<RowInternal2*>(block));
+    }
+    return rows;
+}
+
+// Rows into PostgreSQL: one execute a row (`rows` 1) or parameter arrays.
+void BulkWrite(benchmark::State& state, const Dsn* d, int rows) {
+    DBError* error = g_driver->createError("bench");
+    Connection2* c = connect2(*d, rows, error);
+    if (!c) {
+        state.SkipWithError(error->getErrorString());
+        g_driver->releaseError(error);
+        return;
+    }
+    std::vector<RowInternal2*> data = writeRows();
+    std::vector<const RowInternal2*> list(data.begin(), data.end());
+    list.push_back(nullptr);
+    const unsigned int words[] = {DataTypes::INTEGER, DataTypes::FLOAT, DataTypes::STRING, DataTypes::BIGDATETIME,
+                                  DataTypes::createFixedDecimal(12, 2)};
+    std::vector<int> columns = {0, 1, 2, 3, 4};
+    PreparedStatement* clear = c->createPreparedStatement("DELETE FROM block_write", error);
+    PreparedStatement* st = c->createPreparedStatement("INSERT INTO block_write VALUES (?, ?, ?, ?, ?)", error);
+    if (!st || !clear || st->setBindings(columns, words, error) != 0) state.SkipWithError(error->getErrorString());
+    for (auto _ : state) {
+        if (!st || !clear) break;
+        int result = 0;
+        if (rows > 1) {
+            result = st->execute(list.data(), error);
+        } else {
+            for (int k = 0; k < kWriteRows && result == 0; ++k) result = st->execute(data[k], error);
+        }
+        if (result != 0 || c->commit(error) != 0) {
+            state.SkipWithError(error->getErrorString());
+            break;
+        }
+        state.PauseTiming();
+        clear->execute(error);
+        c->commit(error);
+        state.ResumeTiming();
+    }
+    if (st) c->releaseStatement(st, error);
+    if (clear) c->releaseStatement(clear, error);
+    c->disconnect(true, error);
+    g_driver->releaseConnection2(c, error);
+    g_driver->releaseError(error);
+    state.SetItemsProcessed(state.iterations() * kWriteRows);
+}
+
+// Keeps the median real time of each benchmark for the ratios.
+// The CPU time is this process's alone: on a shared machine it is the
+// steadier figure for SQLite, which runs inside the process; PostgreSQL's
+// server work shows only in the real time.
+class RatioReporter : public benchmark::ConsoleReporter {
+public:
+    void ReportRuns(const std::vector<Run>& runs) override {
+        for (const Run& run : runs) {
+            if (run.aggregate_name != "median") continue;
+            real[run.run_name.function_name] = run.GetAdjustedRealTime();
+            cpu[run.run_name.function_name] = run.GetAdjustedCPUTime();
+        }
+        ConsoleReporter::ReportRuns(runs);
+    }
+    std::map<std::string, double> real, cpu;
+};
+
+void printRatio(RatioReporter& r, const std::string& a, const std::string& b, const char* target) {
+    const double x = r.real[a], y = r.real[b], u = r.cpu[a], v = r.cpu[b];
+    if (x > 0 && y > 0 && u > 0 && v > 0)
+        std::printf("%-18s / %-16s real %.3f  cpu %.3f  (%s)\n", a.c_str(), b.c_str(), x / y, u / v, target);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    g_readRows = std::atoi(env("ORL_BENCH_ROWS", "1000000").c_str());
+    g_sqlite = {env("ORL_BENCH_SQLITE", "orl_sqlite"), env("ORL_BENCH_USER", "orl"), ""};
+    g_pg = {env("ORL_BENCH_PG", "orl_pg"), env("ORL_BENCH_USER", "orl"), env("ORL_BENCH_PASSWORD", "orl_pw")};
+    void* library = dlopen(env("ORL_DRIVER_PATH", ORL_DRIVER_PATH).c_str(), RTLD_NOW | RTLD_LOCAL);
+    auto factory = library ? reinterpret_cast<FactoryDriverFn>(dlsym(library, "FactoryDriver")) : nullptr;
+    if (!factory) {
+        std::fprintf(stderr, "cannot load the driver: %s\n", dlerror());
+        return 1;
+    }
+    g_driver = factory("bench");
+    benchmark::Initialize(&argc, argv);
+
+    // Each database's ways alternate, so that drift of the machine hits all alike.
+    for (const auto& db : {std::make_pair("sqlite", &g_sqlite), std::make_pair("pg", &g_pg)}) {
+        if (!makeTable(*db.second, db.first == std::string("sqlite"))) {
+            std::fprintf(stderr, "%s: cannot make the table; skipped\n", db.second->name.c_str());
+            continue;
+        }
+        const std::string p = db.first;
+        auto tune = [](benchmark::internal::Benchmark* b) {
+            b->Unit(benchmark::kMillisecond)->Iterations(1)->Repetitions(5)->ReportAggregatesOnly(true);
+        };
+        tune(benchmark::RegisterBenchmark((p + "/RawRows").c_str(), RawRows, db.second));
+        tune(benchmark::RegisterBenchmark((p + "/RawArrays").c_str(), RawArrays, db.second));
+        tune(benchmark::RegisterBenchmark((p + "/BulkRows").c_str(), BulkRead, db.second, 1));
+        tune(benchmark::RegisterBenchmark((p + "/BulkBlocks").c_str(), BulkRead, db.second, kBlock));
+    }
+    bool writes = false;
+    {
+        RawConnection c(g_pg);
+        writes = c.ok && (c.run("DROP TABLE IF EXISTS block_write"), true) &&
+                 c.run("CREATE TABLE block_write (i INTEGER, d DOUBLE PRECISION, s VARCHAR(20), ts TIMESTAMP, "
+                       "n NUMERIC(12,2))") &&
+                 SQL_SUCCEEDED(SQLEndTran(SQL_HANDLE_DBC, c.dbc, SQL_COMMIT));
+    }
+    if (writes) {
+        auto tune = [](benchmark::internal::Benchmark* b) {
+            b->Unit(benchmark::kMillisecond)->Iterations(1)->Repetitions(3)->ReportAggregatesOnly(true);
+        };
+        tune(benchmark::RegisterBenchmark("pg/WriteRows", BulkWrite, &g_pg, 1));
+        tune(benchmark::RegisterBenchmark("pg/WriteArrays", BulkWrite, &g_pg, kBlock));
+    }
+
+    RatioReporter reporter;
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+    std::printf("\nratios of the medians:\n");
+    for (const char* p : {"sqlite", "pg"}) {
+        const std::string s(p);
+        printRatio(reporter, s + "/BulkBlocks", s + "/RawRows", "target at most 0.80");
+        printRatio(reporter, s + "/BulkBlocks", s + "/RawArrays", "target at most 1.10");
+        printRatio(reporter, s + "/BulkRows", s + "/RawRows", "the row-at-a-time path, for reference");
+    }
+    printRatio(reporter, "pg/WriteArrays", "pg/WriteRows", "target at most 0.50");
+    dropTable(g_sqlite, "block_bench");
+    dropTable(g_pg, "block_bench");
+    dropTable(g_pg, "block_write");
+    benchmark::Shutdown();
+    delete g_driver;
+    return 0;
+}

@@ -1,0 +1,109 @@
+#include "bulk/internal/Cells.h"
+
+#include <cstdint>
+#include <cstring>
+#include <ctime>
+
+#include "bulk/internal/Report.h"
+#include "datatypes/DataTypes.h"
+#include "format/Calendar.h"
+
+namespace KORVEL { namespace Orl { namespace DB { namespace ODBC {
+
+using namespace DataTypes;
+
+namespace {
+
+// Seconds of the date and time fields, read as UTC. The rest of the tm is
+// cleared: years before 1970 go through mktime, which reads all of it.
+long secondsOf(const SQL_TIMESTAMP_STRUCT& ts) {
+    tm t;
+    std::memset(&t, 0, sizeof t);
+    t.tm_year = ts.year - 1900;
+    t.tm_mon = ts.month - 1;
+    t.tm_mday = ts.day;
+    t.tm_hour = ts.hour;
+    t.tm_min = ts.minute;
+    t.tm_sec = ts.second;
+    return tm2sec(&t);
+}
+
+// Seconds and a forward-counting fraction (in `unit`ths) of a signed count of
+// `unit`ths of a second: -1 ms is second -1 plus 999 ms.
+void splitUnits(int64_t value, int64_t unit, int64_t& seconds, int64_t& fraction) {
+    fraction = value % unit;
+    if (fraction < 0) fraction = -fraction;
+    seconds = value / unit;
+    if (value < 0 && fraction != 0) {
+        fraction = unit - fraction;
+        seconds = (value - fraction) / unit;
+    }
+}
+
+} // namespace
+
+bool timestampOf(unsigned int word, int64_t value, SQL_TIMESTAMP_STRUCT& ts) {
+    int64_t seconds = value, fraction = 0, nanosPerUnit = 0;
+    if (typeOf(word) == TIMESTAMP) {
+        splitUnits(value, 1000, seconds, fraction);
+        nanosPerUnit = 1000000;
+    } else if (typeOf(word) == BIGDATETIME) {
+        splitUnits(value, 1000000, seconds, fraction);
+        nanosPerUnit = 1000;
+    }
+    time_t t = static_cast<time_t>(seconds);
+    tm fields;
+    if (gmtime_r(&t, &fields) == nullptr) return false;
+    ts.year = static_cast<SQLSMALLINT>(fields.tm_year + 1900);
+    ts.month = static_cast<SQLUSMALLINT>(fields.tm_mon + 1);
+    ts.day = static_cast<SQLUSMALLINT>(fields.tm_mday);
+    ts.hour = static_cast<SQLUSMALLINT>(fields.tm_hour);
+    ts.minute = static_cast<SQLUSMALLINT>(fields.tm_min);
+    ts.second = static_cast<SQLUSMALLINT>(fields.tm_sec);
+    ts.fraction = static_cast<SQLUINTEGER>(fraction * nanosPerUnit);
+    return true;
+}
+
+void timeOf(int64_t value, SQL_TIME_STRUCT& t) {
+    t.hour = static_cast<SQLUSMALLINT>(value / 3600);
+    t.minute = static_cast<SQLUSMALLINT>((value % 3600) / 60);
+    t.second = static_cast<SQLUSMALLINT>(value % 60);
+}
+
+bool storeTimeValue(unsigned int word, const SQL_TIMESTAMP_STRUCT& ts, void* target) {
+    int64_t value;
+    switch (typeOf(word)) {
+    case DATE:
+        // The time of day that the driver delivers stays in.
+        value = secondsOf(ts);
+        break;
+    case TIMESTAMP:
+        value = static_cast<int64_t>(secondsOf(ts)) * 1000 + ts.fraction / 1000000;
+        break;
+    case BIGDATETIME:
+        value = static_cast<int64_t>(secondsOf(ts)) * 1000000 + ts.fraction / 1000;
+        break;
+    case TIME:
+        value = ts.hour * 3600 + ts.minute * 60 + ts.second;
+        break;
+    default:
+        return false;
+    }
+    std::memcpy(target, &value, sizeof value);
+    return true;
+}
+
+int packDecimalText(unsigned int word, const char* text, void* target, long& length, DBError* error) {
+    const unsigned long room = typeOf(word) == FIXEDDECIMAL ? 24 : 8;
+    const char* message = nullptr;
+    unsigned long n = convertFromStringAndPack(word, false, text, static_cast<unsigned char*>(target), room, message,
+                                               nullptr, nullptr, nullptr, nullptr);
+    if (static_cast<int32_t>(n) < 0) {
+        reportLibrary(error, message ? message : "");
+        return -1;
+    }
+    length = static_cast<long>(room);
+    return 0;
+}
+
+}}}} // namespace KORVEL::Orl::DB::ODBC

@@ -1,0 +1,39 @@
+// What a column's fetcher makes of the bytes the driver delivers, apart from
+// how they are read: the row-at-a-time fetchers (SQLGetData) and the row
+// blocks (SQLBindCol arrays) both go through these, so a value is the same
+// whichever way it came.
+#pragma once
+#include <sql.h>
+#include <sqlext.h>
+
+#include <cstdint>
+
+namespace KORVEL { namespace Orl { namespace DB {
+class DBError;
+namespace ODBC {
+
+// First read of a text column: a text of exactly this many bytes fails row by
+// row (it comes back truncated with a length that isn't above the buffer).
+constexpr SQLLEN kTextFirstRead = 128;
+// Room for the text of a money or fixed decimal value; 32 characters or more
+// fail as truncated.
+constexpr SQLLEN kDecimalTextRoom = 32;
+
+// The 64-bit value of a date, timestamp, bigdatetime or time column (by the
+// low byte of `word`) into `target`; false, and nothing stored, for any other type.
+bool storeTimeValue(unsigned int word, const SQL_TIMESTAMP_STRUCT& ts, void* target);
+
+// Packs the text of a money or decimal column into `target` (24 bytes of room
+// for a fixed decimal, 8 otherwise) and sets `length` to that room. A text
+// the parser refuses: source "dbaccess", its message, -1.
+int packDecimalText(unsigned int word, const char* text, void* target, long& length, DBError* error);
+
+// The ODBC timestamp of a DATE (seconds), TIMESTAMP (milliseconds) or
+// BIGDATETIME (microseconds) value by the low byte of `word`, in UTC; before
+// 1970 the fraction counts forward from the earlier whole second. False when
+// the C library can't split the seconds.
+bool timestampOf(unsigned int word, int64_t value, SQL_TIMESTAMP_STRUCT& ts);
+// The ODBC time of a TIME value, seconds of the day.
+void timeOf(int64_t value, SQL_TIME_STRUCT& t);
+
+}}}} // namespace KORVEL::Orl::DB::ODBC

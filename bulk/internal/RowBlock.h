@@ -1,0 +1,57 @@
+// A block of rows bound column by column: what one SQLFetch fills when a
+// statement reads several rows per call. Each column has a kind (how its
+// fetcher turns the driver's bytes into a value), an array of `rows` values of
+// `stride` bytes and an array of lengths or indicators.
+#pragma once
+#include <sql.h>
+#include <sqlext.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace KORVEL { namespace Orl { namespace DB { namespace ODBC {
+
+// How a column is bound and served, one kind per fetcher family.
+enum class CellKind : unsigned char { Skip, Fixed, Time, Decimal, Text, Binary };
+
+struct BlockColumn {
+    CellKind kind = CellKind::Skip;
+    SQLSMALLINT cType = 0;
+    SQLLEN stride = 0;              // bytes per row
+    unsigned char* data = nullptr;  // rows * stride bytes, inside the block's storage
+    SQLLEN* lengths = nullptr;      // one per row
+    unsigned char* packed = nullptr;  // binary: room for one value in packed form
+};
+
+struct RowBlock {
+    // Lays out `count` rows of the columns' strides; false when the memory
+    // can't be had.
+    bool allocate(SQLULEN count);
+
+    bool onRow() const { return current < fetched; }
+    unsigned char* cell(size_t column) const {
+        return columns[column].data + current * static_cast<SQLULEN>(columns[column].stride);
+    }
+    SQLLEN length(size_t column) const { return columns[column].lengths[current]; }
+    // True when the current row's value of `column` reads from the block
+    // exactly as SQLGetData gives it row by row: not cut at the block's room,
+    // and not of a length at which the row-at-a-time read fails.
+    bool servable(size_t column) const;
+
+    std::vector<BlockColumn> columns;
+    SQLULEN rows = 0;     // SQL_ATTR_ROW_ARRAY_SIZE
+    SQLULEN fetched = 0;  // rows of the last SQLFetch (SQL_ATTR_ROWS_FETCHED_PTR)
+    SQLULEN current = 0;  // the row hasMoreData moved to
+    bool bound = false;   // SQLBindCol done since the last unbind
+    SQLRETURN fetchResult = SQL_SUCCESS;  // of the last SQLFetch
+    std::vector<SQLUSMALLINT> status;     // SQL_ATTR_ROW_STATUS_PTR
+    std::vector<void*> sources;           // where each value of a packed row comes from
+
+private:
+    std::vector<uint64_t> storage;  // 8-byte aligned for the numeric arrays
+    std::vector<SQLLEN> lengthStorage;
+    std::vector<unsigned char> packedStorage;
+};
+
+}}}} // namespace KORVEL::Orl::DB::ODBC
