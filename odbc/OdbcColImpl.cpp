@@ -16,6 +16,8 @@ namespace {
 constexpr SQLULEN kFirstChunk = 8000;
 // Chunk size when the driver can't tell how much is left (SQL_NO_TOTAL).
 constexpr SQLLEN kUnknownChunk = 100000;
+// "-9223372036854775808": the longest text of a 64-bit integer.
+constexpr SQLLEN kBigIntTextRoom = 20;
 
 struct CTypeChoice {
     short cType;
@@ -191,7 +193,11 @@ e_Status OdbcColImpl::ReadFixed(unsigned int size) {
 
 e_Status OdbcColImpl::ReadBigInt() {
     longData.Truncate(0, false);
-    longData.Extend(static_cast<unsigned int>(displaySize) + 1, 0);
+    // A display size below zero (a driver's, or the narrowed column size) or past
+    // 32 bits would ask for gigabytes here; such a column gets the room of the
+    // longest 64-bit number, sign included, instead.
+    const SQLLEN room = displaySize < 0 || displaySize >= 0xFFFFFFFFLL ? kBigIntTextRoom : displaySize;
+    longData.Extend(static_cast<unsigned int>(room) + 1, 0);
     indicator = 0;
     e_Status status = GetStatus(
         query, SQLGetData(hstmt, number, SQL_C_CHAR, longData.Data(), static_cast<SQLLEN>(longData.Size()), &indicator));

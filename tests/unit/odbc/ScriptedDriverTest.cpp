@@ -5,6 +5,7 @@
 
 #include <sqlext.h>
 
+#include <limits>
 #include <memory>
 #include <string>
 #include <vector>
@@ -194,6 +195,27 @@ TEST_F(Scripted, FixedValuesNullsAndBigIntText) {
     EXPECT_EQ(count, 7);
     EXPECT_EQ(st->GetColumnType(1, type), Status_Ok);
     EXPECT_EQ(type, SQL_INTEGER);
+}
+
+// A display size below zero, given or narrowed from the column size, once
+// asked for a 4 GB text area.
+TEST_F(Scripted, BigIntWithoutAUsableDisplaySize) {
+    OdbcStmt* st = Run(
+        "rows=2;col=a:-5:100001:num:-9223372036854775808:disp=0:nullrow=1;col=b:-5:19:num:42:disp=-30;"
+        "col=c:-5:19:num:7:disp=4294967296");
+    ASSERT_EQ(st->Fetch(), Status_Ok);
+    long big = 0;
+    ByteStore text;
+    EXPECT_EQ(st->GetColumn(1)->GetData(big), Status_Ok);
+    EXPECT_EQ(big, std::numeric_limits<long>::min());
+    EXPECT_EQ(st->GetColumn(2)->GetData(big), Status_Ok);
+    EXPECT_EQ(big, 42);
+    EXPECT_EQ(st->GetColumn(3)->GetData(big), Status_Ok);
+    EXPECT_EQ(big, 7);
+    ASSERT_EQ(st->Fetch(), Status_Ok);
+    EXPECT_EQ(st->GetColumn(1)->GetData(big), Status_Null);
+    EXPECT_EQ(st->GetColumn(1)->GetData(&text), Status_Ok);
+    EXPECT_EQ(text.Size(), 21u);
 }
 
 TEST_F(Scripted, MoreResultsRebuildsTheColumns) {
