@@ -37,7 +37,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -67,10 +66,11 @@ struct Column {
     SQLULEN size = 0;
     std::string kind = "text";
     std::string arg;
-    // Worked out once at prepare: a read of the column then compares no text
-    // and builds no value, which keeps the fuzzer's many reads cheap.
+    // The kind is worked out at prepare and the value at its first read, once:
+    // the fuzzer's many reads then compare no text and build no value twice.
     enum Kind { Text, Bin, Num, Ts, Time, NoData, Other } k = Text;
-    std::string bytes;
+    mutable std::string bytes;
+    mutable bool built = false;
     bool noTotal = false;
     bool isUnsigned = false;
     SQLLEN display = -1;  // -1: size
@@ -132,8 +132,13 @@ std::string Text(SQLCHAR* s, SQLINTEGER length) {
 
 std::vector<std::string> Split(const std::string& s, char sep) {
     std::vector<std::string> out;
-    std::istringstream in(s);
-    for (std::string part; std::getline(in, part, sep);) out.push_back(part);
+    size_t from = 0;
+    while (from < s.size()) {
+        size_t to = s.find(sep, from);
+        if (to == std::string::npos) to = s.size();
+        out.emplace_back(s, from, to - from);
+        from = to + 1;
+    }
     return out;
 }
 
@@ -194,7 +199,6 @@ void Parse(Stmt* st) {
                 if (f[i].compare(0, 3, "rc=") == 0) c.forceRc = true, c.rc = static_cast<SQLRETURN>(std::atoi(f[i].c_str() + 3));
             }
             c.k = KindOf(c.kind);
-            c.bytes = ColumnBytes(c);
             st->results.back().columns.push_back(c);
         } else if (d.compare(0, 5, "rows=") == 0) {
             st->rows = std::atol(d.c_str() + 5);
@@ -573,6 +577,7 @@ SQLRETURN SQL_API SQLGetData(SQLHSTMT hstmt, SQLUSMALLINT number, SQLSMALLINT cT
     } else if (c.k == Column::Time && cType == SQL_C_TYPE_TIME) {
         rc = PutFixed(SQL_TIME_STRUCT{23, 59, 58}, target, &reported);
     } else if (cType == SQL_C_CHAR || cType == SQL_C_BINARY) {
+        if (!c.built) c.bytes = ColumnBytes(c), c.built = true;
         const std::string& bytes = c.bytes;
         SQLLEN remaining = static_cast<SQLLEN>(bytes.size()) - offset;
         if (calls > 0 && remaining == 0) {
