@@ -143,8 +143,11 @@ RowInternal2* PreparedStatement2Odbc::packValues(const std::vector<void*>& value
     row->one = 1;
     row->columnCount = static_cast<uint32_t>(n) & 0xFFFFFF;
     std::memcpy(block + table, offsets.data(), 4 * (n + 1));
-    for (size_t j = 0; j < n; ++j)
-        if (lengths[j] != 0) std::memcpy(block + offsets[j], values[j], static_cast<size_t>(lengths[j]));
+    for (size_t j = 0; j < n; ++j) {
+        // The 8-byte values, most of a row, as one move rather than a call.
+        if (lengths[j] == 8) std::memcpy(block + offsets[j], values[j], 8);
+        else if (lengths[j] != 0) std::memcpy(block + offsets[j], values[j], static_cast<size_t>(lengths[j]));
+    }
     return row;
 }
 

@@ -36,17 +36,4 @@ bool RowBlock::allocate(SQLULEN count) {
     return true;
 }
 
-bool RowBlock::servable(size_t column) const {
-    const BlockColumn& c = columns[column];
-    const SQLLEN n = c.lengths[current];
-    if (c.kind == CellKind::Skip || n == SQL_NULL_DATA) return true;
-    if (n < 0) return false;  // SQL_NO_TOTAL, on which the row-at-a-time reads fail too
-    switch (c.kind) {
-    case CellKind::Text: return n < c.stride && n != kTextFirstRead;
-    case CellKind::Binary: return n <= c.stride;
-    case CellKind::Decimal: return n < kDecimalTextRoom;
-    default: return true;
-    }
-}
-
 }}}} // namespace KORVEL::Orl::DB::ODBC

@@ -10,6 +10,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "bulk/internal/Cells.h"
+
 namespace KORVEL { namespace Orl { namespace DB { namespace ODBC {
 
 // How a column is bound and served, one kind per fetcher family.
@@ -37,7 +39,19 @@ struct RowBlock {
     // True when the current row's value of `column` reads from the block
     // exactly as SQLGetData gives it row by row: not cut at the block's room,
     // and not of a length at which the row-at-a-time read fails.
-    bool servable(size_t column) const;
+    // Inline: it runs for every cell of every row.
+    bool servable(size_t column) const {
+        const BlockColumn& c = columns[column];
+        const SQLLEN n = c.lengths[current];
+        if (c.kind == CellKind::Skip || n == SQL_NULL_DATA) return true;
+        if (n < 0) return false;  // SQL_NO_TOTAL, on which the row-at-a-time reads fail too
+        switch (c.kind) {
+        case CellKind::Text: return n < c.stride && n != kTextFirstRead;
+        case CellKind::Binary: return n <= c.stride;
+        case CellKind::Decimal: return n < kDecimalTextRoom;
+        default: return true;
+        }
+    }
 
     std::vector<BlockColumn> columns;
     SQLULEN rows = 0;     // SQL_ATTR_ROW_ARRAY_SIZE
