@@ -108,6 +108,21 @@ Fetch=1000
 Debug=0
 CommLog=0
 
+# The same database with statements prepared on the client: a prepared read
+# runs as one plain query at execute, where the server-side prepare makes the
+# execute wait on the server and hold the result twice over. The block
+# benchmark reads through it.
+[orl_pg_plain]
+Description=ORL test database (PostgreSQL, prepared on the client)
+Driver=ORL PostgreSQL Unicode
+Servername=127.0.0.1
+Port=$ORL_PG_PORT
+Database=$ORL_DB_NAME
+SSLmode=disable
+UseServerSidePrepare=0
+Debug=0
+CommLog=0
+
 [orl_maria]
 Description=ORL test database (MariaDB)
 Driver=ORL MariaDB Unicode

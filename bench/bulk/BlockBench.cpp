@@ -1,7 +1,8 @@
 // Block transfers of the bulk path against raw ODBC loops, in one run.
 //
 // Reads: 1,000,000 rows of (integer, double precision, varchar(20), timestamp,
-// numeric(12,2)) on SQLite and PostgreSQL, five ways: a raw loop of SQLFetch
+// numeric(12,2)) on SQLite and PostgreSQL, the latter through two DSNs ("pg"
+// prepares on the server, "pg-plain" on the client), five ways: a raw loop of SQLFetch
 // and one SQLGetData per cell; a raw loop over column-wise bound arrays of
 // 1024 rows, once after SQLExecDirect and once after the bulk path's prepare,
 // describe and execute; the bulk path one row per fetch; the bulk path with
@@ -12,14 +13,16 @@
 //
 // Needs the test databases: . scripts/odbc-env.sh; bash scripts/db-start.sh pg.
 // DSNs and credentials: ORL_BENCH_SQLITE (orl_sqlite), ORL_BENCH_PG (orl_pg),
-// ORL_BENCH_USER (orl), ORL_BENCH_PASSWORD (orl_pw). Prints the ratios of the
-// medians at the end, and each run's peak resident size.
+// ORL_BENCH_PG_PLAIN (orl_pg_plain), ORL_BENCH_USER (orl), ORL_BENCH_PASSWORD
+// (orl_pw). Prints the ratios of the medians and of the minimums at the end,
+// and each run's peak resident size; --benchmark_out=FILE keeps every
+// repetition.
 #include <benchmark/benchmark.h>
 #include <dlfcn.h>
 #include <sql.h>
 #include <sqlext.h>
-#include <sys/resource.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -42,6 +45,8 @@ namespace {
 
 // ORL_BENCH_ROWS sets another count, for profiling runs.
 int g_readRows = 1000000;
+// ORL_BENCH_REPETITIONS sets the reads' repetitions (7), for counting runs.
+int g_repetitions = 7;
 constexpr int kWriteRows = 100000;
 constexpr int kBlock = 1024;
 constexpr const char* kSelect = "SELECT i, d, s, ts, n FROM block_bench";
@@ -54,13 +59,27 @@ std::string env(const char* name, const char* fallback) {
 struct Dsn {
     std::string name, user, password;
 };
-Dsn g_sqlite, g_pg;
+Dsn g_sqlite, g_pg, g_pgPlain;
 Driver* g_driver = nullptr;
 
+// The resident peak since the last resetPeak(): with the ways shuffled, the
+// process's lifetime peak would be whichever way ran first at its largest.
+void resetPeak() {
+    if (std::FILE* f = std::fopen("/proc/self/clear_refs", "w")) {
+        std::fputs("5", f);
+        std::fclose(f);
+    }
+}
+
 double peakMegabytes() {
-    rusage usage;
-    getrusage(RUSAGE_SELF, &usage);
-    return usage.ru_maxrss / 1024.0;
+    double kilobytes = 0;
+    if (std::FILE* f = std::fopen("/proc/self/status", "r")) {
+        char line[256];
+        while (std::fgets(line, sizeof line, f))
+            if (std::sscanf(line, "VmHWM: %lf kB", &kilobytes) == 1) break;
+        std::fclose(f);
+    }
+    return kilobytes / 1024.0;
 }
 
 // A raw connection with the bulk path's settings: autocommit off.
@@ -130,35 +149,43 @@ SQLSMALLINT decimalCType(SQLHSTMT st) {
 
 // One SQLGetData per cell, with the C types and into buffers of the sizes the
 // bulk path reads with.
+// A pass of each way is a function of its own, which the instruction counts
+// of scripts/bench-instructions.sh measure without the connect.
+#define PASS __attribute__((noinline))
+
+PASS long rawRowsPass(SQLHDBC dbc) {
+    SQLHSTMT st;
+    SQLAllocHandle(SQL_HANDLE_STMT, dbc, &st);
+    SQLExecDirect(st, (SQLCHAR*)kSelect, SQL_NTS);
+    const SQLSMALLINT cType = decimalCType(st);
+    long rows = 0;
+    SQLINTEGER i = 0;
+    double dbl = 0;
+    char text[128], decimal[32];
+    SQL_TIMESTAMP_STRUCT ts;
+    SQLLEN ind = 0;
+    while (SQLFetch(st) == SQL_SUCCESS) {
+        SQLGetData(st, 1, SQL_C_SLONG, &i, sizeof i, &ind);
+        SQLGetData(st, 2, SQL_C_DOUBLE, &dbl, sizeof dbl, &ind);
+        SQLGetData(st, 3, SQL_C_CHAR, text, sizeof text, &ind);
+        SQLGetData(st, 4, SQL_C_TYPE_TIMESTAMP, &ts, sizeof ts, &ind);
+        SQLGetData(st, 5, cType, decimal, sizeof decimal, &ind);
+        benchmark::DoNotOptimize(i);
+        benchmark::DoNotOptimize(dbl);
+        benchmark::DoNotOptimize(text[0]);
+        ++rows;
+    }
+    SQLFreeHandle(SQL_HANDLE_STMT, st);
+    SQLEndTran(SQL_HANDLE_DBC, dbc, SQL_COMMIT);
+    return rows;
+}
+
 void RawRows(benchmark::State& state, const Dsn* d) {
     RawConnection c(*d);
     if (!c.ok) return state.SkipWithError("connect");
-    for (auto _ : state) {
-        SQLHSTMT st;
-        SQLAllocHandle(SQL_HANDLE_STMT, c.dbc, &st);
-        SQLExecDirect(st, (SQLCHAR*)kSelect, SQL_NTS);
-        const SQLSMALLINT cType = decimalCType(st);
-        long rows = 0;
-        SQLINTEGER i = 0;
-        double dbl = 0;
-        char text[128], decimal[32];
-        SQL_TIMESTAMP_STRUCT ts;
-        SQLLEN ind = 0;
-        while (SQLFetch(st) == SQL_SUCCESS) {
-            SQLGetData(st, 1, SQL_C_SLONG, &i, sizeof i, &ind);
-            SQLGetData(st, 2, SQL_C_DOUBLE, &dbl, sizeof dbl, &ind);
-            SQLGetData(st, 3, SQL_C_CHAR, text, sizeof text, &ind);
-            SQLGetData(st, 4, SQL_C_TYPE_TIMESTAMP, &ts, sizeof ts, &ind);
-            SQLGetData(st, 5, cType, decimal, sizeof decimal, &ind);
-            benchmark::DoNotOptimize(i);
-            benchmark::DoNotOptimize(dbl);
-            benchmark::DoNotOptimize(text[0]);
-            ++rows;
-        }
-        SQLFreeHandle(SQL_HANDLE_STMT, st);
-        SQLEndTran(SQL_HANDLE_DBC, c.dbc, SQL_COMMIT);
-        if (rows != g_readRows) state.SkipWithError("row count");
-    }
+    resetPeak();
+    for (auto _ : state)
+        if (rawRowsPass(c.dbc) != g_readRows) state.SkipWithError("row count");
     state.counters["peak_MB"] = peakMegabytes();
     state.SetItemsProcessed(state.iterations() * g_readRows);
 }
@@ -168,55 +195,69 @@ void RawRows(benchmark::State& state, const Dsn* d) {
 // (SQLPrepare, the columns described, SQLExecute) in place of SQLExecDirect:
 // PostgreSQL's driver then waits on the server during the execute, where the
 // direct execute keeps the client busy instead.
+struct Arrays {
+    std::vector<SQLINTEGER> ints = std::vector<SQLINTEGER>(kBlock);
+    std::vector<double> dbls = std::vector<double>(kBlock);
+    std::vector<char> texts = std::vector<char>(kBlock * 84), decimals = std::vector<char>(kBlock * 32);
+    std::vector<SQL_TIMESTAMP_STRUCT> stamps = std::vector<SQL_TIMESTAMP_STRUCT>(kBlock);
+    std::vector<SQLLEN> lengths = std::vector<SQLLEN>(5 * kBlock);
+};
+
+PASS long rawArraysPass(SQLHDBC dbc, Arrays& a, bool prepared) {
+    std::vector<SQLINTEGER>& ints = a.ints;
+    std::vector<double>& dbls = a.dbls;
+    std::vector<char>& texts = a.texts;
+    std::vector<char>& decimals = a.decimals;
+    std::vector<SQL_TIMESTAMP_STRUCT>& stamps = a.stamps;
+    std::vector<SQLLEN>& lengths = a.lengths;
+    SQLHSTMT st;
+    SQLAllocHandle(SQL_HANDLE_STMT, dbc, &st);
+    SQLULEN fetched = 0;
+    SQLSetStmtAttr(st, SQL_ATTR_ROW_BIND_TYPE, reinterpret_cast<SQLPOINTER>(SQL_BIND_BY_COLUMN), 0);
+    SQLSetStmtAttr(st, SQL_ATTR_ROW_ARRAY_SIZE, reinterpret_cast<SQLPOINTER>(static_cast<SQLULEN>(kBlock)), 0);
+    SQLSetStmtAttr(st, SQL_ATTR_ROWS_FETCHED_PTR, &fetched, 0);
+    if (prepared) {
+        SQLPrepare(st, (SQLCHAR*)kSelect, SQL_NTS);
+        SQLSMALLINT columns = 0;
+        SQLNumResultCols(st, &columns);
+        for (SQLUSMALLINT c = 1; c <= columns; ++c) {
+            SQLCHAR name[64];
+            SQLSMALLINT nameLength = 0, type = 0, digits = 0, nullable = 0;
+            SQLULEN size = 0;
+            SQLDescribeCol(st, c, name, sizeof name, &nameLength, &type, &size, &digits, &nullable);
+        }
+        SQLExecute(st);
+    } else {
+        SQLExecDirect(st, (SQLCHAR*)kSelect, SQL_NTS);
+    }
+    SQLBindCol(st, 1, SQL_C_SLONG, ints.data(), sizeof(SQLINTEGER), &lengths[0]);
+    SQLBindCol(st, 2, SQL_C_DOUBLE, dbls.data(), sizeof(double), &lengths[kBlock]);
+    SQLBindCol(st, 3, SQL_C_CHAR, texts.data(), 84, &lengths[2 * kBlock]);
+    SQLBindCol(st, 4, SQL_C_TYPE_TIMESTAMP, stamps.data(), sizeof(SQL_TIMESTAMP_STRUCT), &lengths[3 * kBlock]);
+    SQLBindCol(st, 5, decimalCType(st), decimals.data(), 32, &lengths[4 * kBlock]);
+    long rows = 0;
+    while (SQL_SUCCEEDED(SQLFetch(st))) {
+        for (SQLULEN r = 0; r < fetched; ++r) {
+            benchmark::DoNotOptimize(ints[r]);
+            benchmark::DoNotOptimize(dbls[r]);
+            benchmark::DoNotOptimize(texts[r * 84]);
+            benchmark::DoNotOptimize(stamps[r].second);
+            benchmark::DoNotOptimize(decimals[r * 32]);
+        }
+        rows += static_cast<long>(fetched);
+    }
+    SQLFreeHandle(SQL_HANDLE_STMT, st);
+    SQLEndTran(SQL_HANDLE_DBC, dbc, SQL_COMMIT);
+    return rows;
+}
+
 void RawArrays(benchmark::State& state, const Dsn* d, bool prepared) {
     RawConnection c(*d);
     if (!c.ok) return state.SkipWithError("connect");
-    std::vector<SQLINTEGER> ints(kBlock);
-    std::vector<double> dbls(kBlock);
-    std::vector<char> texts(kBlock * 84), decimals(kBlock * 32);
-    std::vector<SQL_TIMESTAMP_STRUCT> stamps(kBlock);
-    std::vector<SQLLEN> lengths(5 * kBlock);
-    for (auto _ : state) {
-        SQLHSTMT st;
-        SQLAllocHandle(SQL_HANDLE_STMT, c.dbc, &st);
-        SQLULEN fetched = 0;
-        SQLSetStmtAttr(st, SQL_ATTR_ROW_BIND_TYPE, reinterpret_cast<SQLPOINTER>(SQL_BIND_BY_COLUMN), 0);
-        SQLSetStmtAttr(st, SQL_ATTR_ROW_ARRAY_SIZE, reinterpret_cast<SQLPOINTER>(static_cast<SQLULEN>(kBlock)), 0);
-        SQLSetStmtAttr(st, SQL_ATTR_ROWS_FETCHED_PTR, &fetched, 0);
-        if (prepared) {
-            SQLPrepare(st, (SQLCHAR*)kSelect, SQL_NTS);
-            SQLSMALLINT columns = 0;
-            SQLNumResultCols(st, &columns);
-            for (SQLUSMALLINT c = 1; c <= columns; ++c) {
-                SQLCHAR name[64];
-                SQLSMALLINT nameLength = 0, type = 0, digits = 0, nullable = 0;
-                SQLULEN size = 0;
-                SQLDescribeCol(st, c, name, sizeof name, &nameLength, &type, &size, &digits, &nullable);
-            }
-            SQLExecute(st);
-        } else {
-            SQLExecDirect(st, (SQLCHAR*)kSelect, SQL_NTS);
-        }
-        SQLBindCol(st, 1, SQL_C_SLONG, ints.data(), sizeof(SQLINTEGER), &lengths[0]);
-        SQLBindCol(st, 2, SQL_C_DOUBLE, dbls.data(), sizeof(double), &lengths[kBlock]);
-        SQLBindCol(st, 3, SQL_C_CHAR, texts.data(), 84, &lengths[2 * kBlock]);
-        SQLBindCol(st, 4, SQL_C_TYPE_TIMESTAMP, stamps.data(), sizeof(SQL_TIMESTAMP_STRUCT), &lengths[3 * kBlock]);
-        SQLBindCol(st, 5, decimalCType(st), decimals.data(), 32, &lengths[4 * kBlock]);
-        long rows = 0;
-        while (SQL_SUCCEEDED(SQLFetch(st))) {
-            for (SQLULEN r = 0; r < fetched; ++r) {
-                benchmark::DoNotOptimize(ints[r]);
-                benchmark::DoNotOptimize(dbls[r]);
-                benchmark::DoNotOptimize(texts[r * 84]);
-                benchmark::DoNotOptimize(stamps[r].second);
-                benchmark::DoNotOptimize(decimals[r * 32]);
-            }
-            rows += static_cast<long>(fetched);
-        }
-        SQLFreeHandle(SQL_HANDLE_STMT, st);
-        SQLEndTran(SQL_HANDLE_DBC, c.dbc, SQL_COMMIT);
-        if (rows != g_readRows) state.SkipWithError("row count");
-    }
+    Arrays arrays;
+    resetPeak();
+    for (auto _ : state)
+        if (rawArraysPass(c.dbc, arrays, prepared) != g_readRows) state.SkipWithError("row count");
     state.counters["peak_MB"] = peakMegabytes();
     state.SetItemsProcessed(state.iterations() * g_readRows);
 }
@@ -239,6 +280,24 @@ Connection2* connect2(const Dsn& d, int rows, DBError* error) {
     return c;
 }
 
+// A statement per pass, as the raw loops have: its release closes the cursor,
+// so that no driver keeps two results at once. -1 when it fails.
+PASS long bulkPass(Connection2* c, DBError* error) {
+    PreparedStatement* st = c->createPreparedStatement(kSelect, error);
+    bool more = false;
+    long count = 0;
+    if (!st || st->execute(error) != 0 || st->nextResultSet(more, error) != 0) return -1;
+    while (st->hasMoreData(more, error) == 0 && more) {
+        RowInternal2* row = st->nextRow(error);
+        benchmark::DoNotOptimize(row);
+        std::free(row);
+        ++count;
+    }
+    c->releaseStatement(st, error);
+    c->commit(error);
+    return count;
+}
+
 // Packed rows through the bulk path; `rows` 1 is one SQLFetch a row.
 void BulkRead(benchmark::State& state, const Dsn* d, int rows) {
     DBError* error = g_driver->createError("bench");
@@ -248,24 +307,13 @@ void BulkRead(benchmark::State& state, const Dsn* d, int rows) {
         g_driver->releaseError(error);
         return;
     }
+    resetPeak();
     for (auto _ : state) {
-        // A statement per pass, as the raw loops have: its release closes
-        // the cursor, so that no driver keeps two results at once.
-        PreparedStatement* st = c->createPreparedStatement(kSelect, error);
-        bool more = false;
-        long count = 0;
-        if (!st || st->execute(error) != 0 || st->nextResultSet(more, error) != 0) {
+        const long count = bulkPass(c, error);
+        if (count < 0) {
             state.SkipWithError(error->getErrorString());
             break;
         }
-        while (st->hasMoreData(more, error) == 0 && more) {
-            RowInternal2* row = st->nextRow(error);
-            benchmark::DoNotOptimize(row);
-            std::free(row);
-            ++count;
-        }
-        c->releaseStatement(st, error);
-        c->commit(error);
         if (count != g_readRows) state.SkipWithError("row count");
     }
     c->disconnect(true, error);
@@ -354,13 +402,16 @@ void BulkWrite(benchmark::State& state, const Dsn* d, int rows) {
 // The CPU time is this process's alone: on a shared machine it is the
 // steadier figure for SQLite, which runs inside the process; PostgreSQL's
 // server work shows only in the real time.
+// The minimum is the steadier figure where a neighbour's load only ever adds
+// time: repetitions of one way here vary by up to a third.
 class RatioReporter : public benchmark::ConsoleReporter {
 public:
     void ReportRuns(const std::vector<Run>& runs) override {
         for (const Run& run : runs) {
-            if (run.aggregate_name != "median") continue;
-            real[run.run_name.function_name] = run.GetAdjustedRealTime();
-            cpu[run.run_name.function_name] = run.GetAdjustedCPUTime();
+            if (run.aggregate_name != "median" && run.aggregate_name != "min") continue;
+            const std::string key = run.aggregate_name + " " + run.run_name.function_name;
+            real[key] = run.GetAdjustedRealTime();
+            cpu[key] = run.GetAdjustedCPUTime();
         }
         ConsoleReporter::ReportRuns(runs);
     }
@@ -368,17 +419,25 @@ public:
 };
 
 void printRatio(RatioReporter& r, const std::string& a, const std::string& b, const char* target) {
-    const double x = r.real[a], y = r.real[b], u = r.cpu[a], v = r.cpu[b];
-    if (x > 0 && y > 0 && u > 0 && v > 0)
-        std::printf("%-18s / %-16s real %.3f  cpu %.3f  (%s)\n", a.c_str(), b.c_str(), x / y, u / v, target);
+    for (const char* statistic : {"median", "min"}) {
+        const std::string ka = std::string(statistic) + " " + a, kb = std::string(statistic) + " " + b;
+        const double x = r.real[ka], y = r.real[kb], u = r.cpu[ka], v = r.cpu[kb];
+        if (x > 0 && y > 0 && u > 0 && v > 0)
+            std::printf("%-6s %-22s / %-26s real %.3f  cpu %.3f  (%s)\n", statistic, a.c_str(), b.c_str(), x / y,
+                        u / v, target);
+    }
 }
+
+double least(const std::vector<double>& v) { return *std::min_element(v.begin(), v.end()); }
 
 } // namespace
 
 int main(int argc, char** argv) {
     g_readRows = std::atoi(env("ORL_BENCH_ROWS", "1000000").c_str());
+    g_repetitions = std::max(1, std::atoi(env("ORL_BENCH_REPETITIONS", "7").c_str()));
     g_sqlite = {env("ORL_BENCH_SQLITE", "orl_sqlite"), env("ORL_BENCH_USER", "orl"), ""};
     g_pg = {env("ORL_BENCH_PG", "orl_pg"), env("ORL_BENCH_USER", "orl"), env("ORL_BENCH_PASSWORD", "orl_pw")};
+    g_pgPlain = {env("ORL_BENCH_PG_PLAIN", "orl_pg_plain"), g_pg.user, g_pg.password};
     void* library = dlopen(env("ORL_DRIVER_PATH", ORL_DRIVER_PATH).c_str(), RTLD_NOW | RTLD_LOCAL);
     auto factory = library ? reinterpret_cast<FactoryDriverFn>(dlsym(library, "FactoryDriver")) : nullptr;
     if (!factory) {
@@ -386,17 +445,34 @@ int main(int argc, char** argv) {
         return 1;
     }
     g_driver = factory("bench");
-    benchmark::Initialize(&argc, argv);
+    // The repetitions of all ways run shuffled together, so that a slow spell
+    // of this shared machine hits each way alike instead of one way's run.
+    std::vector<char*> args(argv, argv + argc);
+    std::string interleave = "--benchmark_enable_random_interleaving=true";
+    bool chosen = false;
+    for (char* a : args) chosen = chosen || std::strncmp(a, interleave.c_str(), 38) == 0;
+    if (!chosen) args.push_back(&interleave[0]);
+    int count = static_cast<int>(args.size());
+    args.push_back(nullptr);
+    benchmark::Initialize(&count, args.data());
 
-    // Each database's ways alternate, so that drift of the machine hits all alike.
-    for (const auto& db : {std::make_pair("sqlite", &g_sqlite), std::make_pair("pg", &g_pg)}) {
-        if (!makeTable(*db.second, db.first == std::string("sqlite"))) {
-            std::fprintf(stderr, "%s: cannot make the table; skipped\n", db.second->name.c_str());
+    // "pg-plain" reads the same table as "pg" through the DSN that prepares
+    // on the client; it can't describe parameters, so the writes use "pg".
+    bool pgTable = false;
+    for (const auto& db : {std::make_pair("sqlite", &g_sqlite), std::make_pair("pg", &g_pg),
+                           std::make_pair("pg-plain", &g_pgPlain)}) {
+        const std::string name = db.first;
+        bool ready = name == "pg-plain" ? pgTable && RawConnection(*db.second).ok
+                                        : makeTable(*db.second, name == "sqlite");
+        if (name == "pg") pgTable = ready;
+        if (!ready) {
+            std::fprintf(stderr, "%s: cannot make or reach the table; skipped\n", db.second->name.c_str());
             continue;
         }
         const std::string p = db.first;
         auto tune = [](benchmark::internal::Benchmark* b) {
-            b->Unit(benchmark::kMillisecond)->Iterations(1)->Repetitions(5)->ReportAggregatesOnly(true);
+            b->Unit(benchmark::kMillisecond)->Iterations(1)->Repetitions(g_repetitions)->DisplayAggregatesOnly(true);
+            b->ComputeStatistics("min", least);
         };
         tune(benchmark::RegisterBenchmark((p + "/RawRows").c_str(), RawRows, db.second));
         tune(benchmark::RegisterBenchmark((p + "/RawArrays").c_str(), RawArrays, db.second, false));
@@ -414,7 +490,8 @@ int main(int argc, char** argv) {
     }
     if (writes) {
         auto tune = [](benchmark::internal::Benchmark* b) {
-            b->Unit(benchmark::kMillisecond)->Iterations(1)->Repetitions(3)->ReportAggregatesOnly(true);
+            b->Unit(benchmark::kMillisecond)->Iterations(1)->Repetitions(3)->DisplayAggregatesOnly(true);
+            b->ComputeStatistics("min", least);
         };
         tune(benchmark::RegisterBenchmark("pg/WriteRows", BulkWrite, &g_pg, 1));
         tune(benchmark::RegisterBenchmark("pg/WriteArrays", BulkWrite, &g_pg, kBlock));
@@ -422,8 +499,8 @@ int main(int argc, char** argv) {
 
     RatioReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
-    std::printf("\nratios of the medians:\n");
-    for (const char* p : {"sqlite", "pg"}) {
+    std::printf("\nratios of the medians and of the minimums:\n");
+    for (const char* p : {"sqlite", "pg", "pg-plain"}) {
         const std::string s(p);
         printRatio(reporter, s + "/BulkBlocks", s + "/RawRows", "target at most 0.80");
         printRatio(reporter, s + "/BulkBlocks", s + "/RawArrays", "target at most 1.10");
