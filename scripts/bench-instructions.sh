@@ -36,7 +36,8 @@ for db in sqlite pg pg-plain; do
             continue
         fi
         count["$db/$way"]="$n"
-        printf '%-28s %14d instructions, %6.0f a row\n' "$db/$way" "$n" "$(awk -v n="$n" -v r="$ORL_BENCH_ROWS" 'BEGIN { print n / r }')"
+        perRow="$(awk -v n="$n" -v r="$ORL_BENCH_ROWS" 'BEGIN { print n / r }')"
+        printf '%-28s %14d instructions, %6.0f a row\n' "$db/$way" "$n" "$perRow"
     done
 done
 

@@ -184,6 +184,48 @@ TEST_F(Bulk, LongValuesCostOneReadOrTwo) {
     }
 }
 
+// Decimal texts go through the decimal reader in both row forms: the value
+// at the column's scale, or the row fails with nothing handed over.
+TEST_F(Bulk, DecimalTextsReadAtTheColumnsScale) {
+    struct Case { const char* column; const char* value; const char* failure; };
+    const Case cases[] = {
+        {"col=n:3:5:num:123.456:digits=2", "123.45", nullptr},  // further digits dropped, not rounded
+        {"col=n:3:5:num: -7 :digits=2", "-7.00", nullptr},
+        {"col=n:3:38:num:-9999999999999999999999999999.9:digits=1", "-9999999999999999999999999999.9", nullptr},
+        {"col=n:3:5:num:1234:digits=2", nullptr, "dbaccess|input exceeds specified precision"},
+        {"col=n:3:38:num:-1234567890123456789012345678901234:digits=2", nullptr, "odbc|[1][01004]"},  // 35 characters
+    };
+    for (const Case& c : cases) {
+        for (int form = 0; form < 2; ++form) {
+            PreparedStatement2Odbc* st = query(c.column);
+            ASSERT_NE(nullptr, st);
+            unsigned int word = 0;
+            ASSERT_EQ(0, st->getEffectiveDataType(0, word, &error));
+            DBError2Odbc e("svc");
+            char text[64] = "";
+            bool read = false;
+            if (form == 0) {
+                RowPtr row(st->nextRow(&e));
+                read = row != nullptr;
+                if (read) convertToString(word, false, false, columnOf(row.get(), 0), text, sizeof text);
+            } else {
+                std::vector<DataValue> values(1);
+                values[0].isNull = false;  // as callers hand them in: a read sets it only for NULL
+                read = st->nextRow(values, &e) == 0;
+                if (read) convertToString(word, false, false, values[0], text, sizeof text);
+            }
+            if (c.value) {
+                ASSERT_TRUE(read) << c.column << " form " << form << ": " << said(e);
+                EXPECT_STREQ(c.value, text) << c.column << " form " << form;
+            } else {
+                EXPECT_FALSE(read) << c.column << " form " << form;
+                EXPECT_EQ(0u, said(e).find(c.failure)) << c.column << " form " << form << ": " << said(e);
+            }
+            connection->releaseStatement(st, &e);
+        }
+    }
+}
+
 // Counts a complete read can't have: the row fails instead of being packed
 // from memory past the value, in both row forms.
 TEST_F(Bulk, DriverCountsThatContradictTheRead) {
