@@ -1,5 +1,6 @@
 // Peak memory of long reads: the same query read to its end through the
-// classic and the bulk front end, at two result sizes, each run in a process of
+// classic and the bulk front end, the latter also in blocks of 1024 rows
+// ("FetchArraySize"), at two result sizes, each run in a process of
 // its own so that one run's peak can't hide another's. A reader whose memory
 // follows the result size instead of the row size shows as a growing peak.
 //
@@ -126,6 +127,7 @@ long peakOf(const std::string& path, const std::string& dsn, long rows) {
             s.setProperty("DSN", dsn);
             s.setProperty("User", "orl");
             s.setProperty("Password", "orl_pw");
+            if (path == "blocks") s.setProperty("FetchArraySize", "1024");
             read = path == "classic" ? readClassic(driver, s, rows) : readBulk(driver, s, rows);
         }
         rusage usage;
@@ -180,7 +182,7 @@ int main(int argc, char** argv) {
         return 1;
     }
     int failed = 0;
-    for (const char* path : {"classic", "bulk"}) {
+    for (const char* path : {"classic", "bulk", "blocks"}) {
         long a = peakOf(path, dsn, small), b = peakOf(path, dsn, large);
         if (a < 0 || b < 0) return 1;
         std::printf("%-8s peak RSS: %ld rows %.1f MB, %ld rows %.1f MB, growth %.1f MB\n", path, small, a / 1024.0,
