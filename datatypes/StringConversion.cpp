@@ -406,7 +406,12 @@ unsigned long convertFromStringAndPack(const unsigned int& word, bool swap, cons
     }
     if (type == BINARY) return packBinary(text, out, size, error);
 
-    const TextFormats formats = internal::resolveFormats(dateFormat, timestampFormat, bigdatetimeFormat, timeFormat);
+    // Only the dates and times read the formats; numbers and decimals, the
+    // bulk of a read's cells, skip resolving them.
+    const bool timeType = type == DATE || type == TIME || type == TIMESTAMP || type == BIGDATETIME;
+    const TextFormats formats = timeType ? internal::resolveFormats(dateFormat, timestampFormat, bigdatetimeFormat,
+                                                                    timeFormat)
+                                         : TextFormats{nullptr, nullptr, nullptr, nullptr};
     alignas(8) unsigned char bytes[sizeof(FixedDecimalValue)];
     const std::size_t n = parseScalar(word, text, formats, bytes, error);
     if (n == 0) return kConversionFailed;

@@ -6,7 +6,6 @@
 
 #include "bulk/internal/Report.h"
 #include "datatypes/DataTypes.h"
-#include "datatypes/FixedDecimalValue.h"
 #include "format/Calendar.h"
 
 namespace KORVEL { namespace Orl { namespace DB { namespace ODBC {
@@ -96,20 +95,6 @@ bool storeTimeValue(unsigned int word, const SQL_TIMESTAMP_STRUCT& ts, void* tar
 
 int packDecimalText(unsigned int word, const char* text, void* target, long& length, DBError* error) {
     const unsigned long room = typeOf(word) == FIXEDDECIMAL ? 24 : 8;
-    if (typeOf(word) == FIXEDDECIMAL) {
-        // Straight to the decimal reader, as the general text conversion does
-        // for this type in the end: every decimal cell of a read comes here.
-        static_assert(sizeof(FixedDecimalValue) == 24, "packed fixed decimal");
-        FixedDecimalValue d{};
-        if (text == nullptr) text = "";
-        if (!d.setDecimalValue(static_cast<int>(precisionOf(word)), static_cast<int>(scaleOf(word)), text)) {
-            reportLibrary(error, "input exceeds specified precision");
-            return -1;
-        }
-        std::memcpy(target, &d, sizeof d);
-        length = static_cast<long>(room);
-        return 0;
-    }
     const char* message = nullptr;
     unsigned long n = convertFromStringAndPack(word, false, text, static_cast<unsigned char*>(target), room, message,
                                                nullptr, nullptr, nullptr, nullptr);
