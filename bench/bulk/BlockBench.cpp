@@ -448,9 +448,10 @@ int main(int argc, char** argv) {
     // The repetitions of all ways run shuffled together, so that a slow spell
     // of this shared machine hits each way alike instead of one way's run.
     std::vector<char*> args(argv, argv + argc);
-    std::string interleave = "--benchmark_enable_random_interleaving=true";
+    const std::string flag = "--benchmark_enable_random_interleaving";
+    std::string interleave = flag + "=true";
     bool chosen = false;
-    for (char* a : args) chosen = chosen || std::strncmp(a, interleave.c_str(), 38) == 0;
+    for (char* a : args) chosen = chosen || std::strncmp(a, flag.c_str(), flag.size()) == 0;
     if (!chosen) args.push_back(&interleave[0]);
     int count = static_cast<int>(args.size());
     args.push_back(nullptr);
