@@ -133,8 +133,14 @@ $thread_dsns
 INI
 
 # ODBCINSTINI would rename odbcinst.ini and ODBCSEARCH would skip one of the DSN files.
+# PGCLIENTENCODING: without it the PostgreSQL driver works out the client
+# encoding at every connect from setlocale(LC_CTYPE, ""), which frees the
+# locale name another thread's connect is still reading; connects from many
+# threads at once (the thread tests) then read freed memory inside the driver.
+# UTF8 is what it would work out from a UTF-8 locale, so nothing else changes.
 write_file "$odbc_dir/env.sh" <<SH
 export ORL_RUN_DIR='$ORL_RUN_DIR'
+export PGCLIENTENCODING=UTF8
 export ODBCSYSINI='$odbc_dir'
 export ODBCINI='$odbc_dir/odbc.ini'
 export ORL_PG_PORT=$ORL_PG_PORT ORL_MARIA_PORT=$ORL_MARIA_PORT
