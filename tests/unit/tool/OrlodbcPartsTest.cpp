@@ -9,7 +9,7 @@
 
 #include "datatypes/DataTypes.h"
 #include "tools/orlodbc/Checksum.h"
-#include "tools/orlodbc/Copy.h"
+#include "tools/orlodbc/Split.h"
 #include "tools/orlodbc/Progress.h"
 #include "tools/orlodbc/SqlRunner.h"
 

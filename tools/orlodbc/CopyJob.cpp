@@ -1,0 +1,149 @@
+#include "tools/orlodbc/CopyJob.h"
+
+#include <cstring>
+#include <vector>
+
+using namespace KORVEL::Orl;
+using namespace KORVEL::Orl::DB;
+
+namespace orlodbc {
+
+namespace {
+
+// Copies one query's rows: reads packed rows from the source statement and
+// writes them to the target's INSERT, in blocks when the driver runs them.
+class CopyJob {
+public:
+    CopyJob(BulkLink& src, BulkLink& dst, const JobPlan& plan, Progress& progress, std::atomic<bool>& stop)
+        : src_(src), dst_(dst), plan_(plan), progress_(progress), stop_(stop) {}
+
+    JobResult run() {
+        if (!copy()) {
+            result_.failed = true;
+            dst_.connection()->rollback(dst_.error());
+            stop_ = true;
+        }
+        return result_;
+    }
+
+private:
+    bool copy() {
+        Statement sel(src_, src_.connection()->createPreparedStatement(plan_.selectSql.c_str(), src_.error()));
+        if (sel.get() == nullptr) return report(src_.failRecord());
+        Shape shape;
+        if (!shapeOf(src_, sel.get(), shape)) return report(false);
+        if (shape.types != plan_.shape->types) return report(src_.fail("the source's columns changed under the copy"));
+        Statement ins(dst_, dst_.connection()->createPreparedStatement(plan_.insertSql.c_str(), dst_.error()));
+        if (ins.get() == nullptr) return report(dst_.failRecord());
+        std::vector<int> columns(shape.types.size());
+        for (size_t j = 0; j < columns.size(); ++j) columns[j] = static_cast<int>(j);
+        if (ins->setBindings(columns, shape.types.data(), dst_.error()) != 0) return report(dst_.failRecord());
+        insert_ = ins.get();
+
+        bool more = false;
+        if (sel->execute(src_.error()) != 0 || sel->nextResultSet(more, src_.error()) != 0)
+            return report(src_.failRecord());
+        arrays_ = plan_.batch > 1;
+        while (!stop_) {
+            if (sel->hasMoreData(more, src_.error()) != 0) return report(src_.failRecord());
+            if (!more) break;
+            RowPtr row(sel->nextRow(src_.error()));
+            if (!row) return report(src_.fail("row " + std::to_string(result_.rows + pending_.size() + 1) +
+                                              plan_.range + ": " + recordText(src_.error())));
+            pending_.push_back(std::move(row));
+            if (static_cast<int>(pending_.size()) >= flushAt() && !flush()) return false;
+        }
+        if (stop_) return false;  // another job failed: leave what it committed, drop ours since
+        if (!flush()) return false;
+        return commit();
+    }
+
+    // A block ends where a commit is due, so that commits fall on exact counts.
+    int flushAt() const {
+        long room = plan_.batch;
+        if (plan_.commitEvery > 0) {
+            long due = plan_.commitEvery - static_cast<long>(sinceCommit_);
+            if (due < room) room = due;
+        }
+        return room < 1 ? 1 : static_cast<int>(room);
+    }
+
+    bool flush() {
+        if (pending_.empty()) return true;
+        bool done = false;
+        if (arrays_) {
+            std::vector<const RowInternal2*> block;
+            for (const RowPtr& r : pending_) block.push_back(r.get());
+            block.push_back(nullptr);  // the block ends at the first null row
+            if (insert_->execute(block.data(), dst_.error()) == 0) {
+                done = true;
+                result_.arrays = true;
+            } else if (std::strlen(dst_.error()->getErrorString()) == 0) {
+                arrays_ = false;  // the driver has no row arrays: one row per execute from now on
+            } else {
+                return blockFailed();
+            }
+        }
+        if (!done) {
+            for (size_t i = 0; i < pending_.size(); ++i)
+                if (insert_->execute(pending_[i].get(), dst_.error()) != 0) return rowFailed(i);
+        }
+        result_.rows += pending_.size();
+        sinceCommit_ += pending_.size();
+        progress_.advance(pending_.size());
+        pending_.clear();
+        if (plan_.commitEvery > 0 && sinceCommit_ >= static_cast<uint64_t>(plan_.commitEvery)) return commit();
+        return true;
+    }
+
+    bool commit() {
+        if (dst_.connection()->commit(dst_.error()) != 0) return report(dst_.fail("commit: " + recordText(dst_.error())));
+        result_.committed = result_.rows;
+        sinceCommit_ = 0;
+        return true;
+    }
+
+    bool rowFailed(size_t i) {
+        const uint64_t number = result_.rows + i + 1;
+        return report(dst_.fail("row " + std::to_string(number) + plan_.range + ": " + recordText(dst_.error())));
+    }
+
+    // A block names no row: after the rollback, its rows go again one by one
+    // to find the one the database refuses, and that is rolled back too.
+    bool blockFailed() {
+        const std::string blockText = recordText(dst_.error());
+        dst_.connection()->rollback(dst_.error());
+        for (size_t i = 0; i < pending_.size(); ++i)
+            if (insert_->execute(pending_[i].get(), dst_.error()) != 0) return rowFailed(i);
+        dst_.connection()->rollback(dst_.error());
+        return report(dst_.fail("rows " + std::to_string(result_.rows + 1) + " to " +
+                                std::to_string(result_.rows + pending_.size()) + plan_.range + ": " + blockText));
+    }
+
+    bool report(bool ok) {
+        if (!ok) {
+            result_.why = !dst_.why().empty() ? dst_.why() : src_.why();
+        }
+        return ok;
+    }
+
+    BulkLink& src_;
+    BulkLink& dst_;
+    const JobPlan& plan_;
+    Progress& progress_;
+    std::atomic<bool>& stop_;
+    PreparedStatement* insert_ = nullptr;
+    std::vector<RowPtr> pending_;
+    uint64_t sinceCommit_ = 0;
+    bool arrays_ = false;
+    JobResult result_;
+};
+
+} // namespace
+
+JobResult runJob(BulkLink& src, BulkLink& dst, const JobPlan& plan, Progress& progress, std::atomic<bool>& stop) {
+    CopyJob job(src, dst, plan, progress, stop);
+    return job.run();
+}
+
+} // namespace orlodbc

@@ -1,0 +1,35 @@
+// One job of a copy: the rows of one query read as packed rows from the
+// source and written to the target's INSERT, in blocks where the driver runs
+// them.
+#pragma once
+#include <atomic>
+#include <cstdint>
+#include <string>
+
+#include "tools/orlodbc/Links.h"
+#include "tools/orlodbc/Progress.h"
+
+namespace orlodbc {
+
+struct JobResult {
+    uint64_t rows = 0;       // executed on the target
+    uint64_t committed = 0;  // of them, committed
+    bool failed = false;
+    std::string why;
+    bool arrays = false;     // the driver took row arrays
+};
+
+struct JobPlan {
+    std::string selectSql;
+    std::string insertSql;
+    std::string range;  // how the failure message names the job's part
+    const Shape* shape = nullptr;
+    int batch = 1;
+    long commitEvery = 0;
+};
+
+// Runs the plan on its own pair of connections. `stop` is shared by the jobs
+// of a copy: the first to fail sets it, and the others end at their next row.
+JobResult runJob(BulkLink& src, BulkLink& dst, const JobPlan& plan, Progress& progress, std::atomic<bool>& stop);
+
+} // namespace orlodbc

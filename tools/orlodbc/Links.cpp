@@ -1,0 +1,126 @@
+#include "tools/orlodbc/Links.h"
+
+#include <dlfcn.h>
+#include <sql.h>
+
+#include "datatypes/DataTypes.h"
+
+using namespace KORVEL::Orl;
+using namespace KORVEL::Orl::DB;
+using namespace DataTypes;
+
+namespace orlodbc {
+
+std::string recordText(const DBError* e) {
+    std::string text = e->getErrorString();
+    return text.empty() ? std::string("(no message)") : text;
+}
+
+BulkLink::~BulkLink() {
+    Driver* d = host_.driver();
+    if (connection_) {
+        connection_->disconnect(true, error_);  // rolls back what is open
+        d->releaseConnection2(connection_, error_);
+    }
+    if (error_) d->releaseError(error_);
+}
+
+bool BulkLink::open(const DataService& service) {
+    std::lock_guard<std::mutex> lock(host_.factoryLock());
+    Driver* d = host_.driver();
+    error_ = d->createError(service.getName().c_str());
+    if (error_ == nullptr) return fail("no error record");
+    connection_ = d->createConnection2(service, error_);
+    if (connection_ == nullptr) return fail(recordText(error_));
+    if (connection_->connect(error_) != 0) return fail(recordText(error_));
+    return true;
+}
+
+ClassicLink::~ClassicLink() {
+    if (c_) {
+        c_->close();
+        host_.driver()->releaseConnection(c_);
+    }
+}
+
+bool ClassicLink::open(const DataService& service, std::string& why) {
+    {
+        std::lock_guard<std::mutex> lock(host_.factoryLock());
+        c_ = host_.driver()->createConnection(service);
+    }
+    if (c_ == nullptr) {
+        why = "the driver refused the service definition (DSN and User are required)";
+        return false;
+    }
+    if (c_->open() != 1) return failed(why);
+    return true;
+}
+
+bool ClassicLink::failed(std::string& why) {
+    std::string errors;
+    c_->getLastErrors(errors);
+    why = printableErrors(errors);
+    // Statements log their failure without adding it to the connection's text.
+    if (why.empty()) why = host_.lastLog();
+    if (why.empty()) why = "the driver gave no text";
+    return false;
+}
+
+namespace {
+
+// One SQLGetInfo text of the connection's handle. The tool doesn't link the
+// driver manager: it asks the one the driver library brought in.
+std::string infoText(void* dbc, unsigned short what) {
+    typedef SQLRETURN (*GetInfoFn)(SQLHDBC, SQLUSMALLINT, SQLPOINTER, SQLSMALLINT, SQLSMALLINT*);
+    static GetInfoFn getInfo = [] {
+        void* manager = dlopen("libodbc.so.2", RTLD_LAZY | RTLD_NOLOAD);
+        return manager ? reinterpret_cast<GetInfoFn>(dlsym(manager, "SQLGetInfo")) : nullptr;
+    }();
+    if (getInfo == nullptr || dbc == nullptr) return std::string();
+    char text[256] = "";
+    SQLSMALLINT length = 0;
+    const SQLRETURN rc = getInfo(static_cast<SQLHDBC>(dbc), what, text, sizeof text, &length);
+    return rc == SQL_SUCCESS || rc == SQL_SUCCESS_WITH_INFO ? std::string(text) : std::string();
+}
+
+} // namespace
+
+Dialect ClassicLink::dialect() {
+    void* dbc = c_->getHandle();
+    return dialectFor(infoText(dbc, SQL_DBMS_NAME), infoText(dbc, SQL_IDENTIFIER_QUOTE_CHAR),
+                      c_->getDriverProperty(Driver::PROPERTY_KEY_DATABASE_TYPE));
+}
+
+bool shapeOf(BulkLink& link, PreparedStatement* st, Shape& shape) {
+    int n = 0;
+    if (st->getEffectiveNumberColumns(n, link.error()) != 0) return link.failRecord();
+    shape = Shape();
+    for (int j = 0; j < n; ++j) {
+        unsigned int type = 0;
+        if (st->getEffectiveDataType(j, type, link.error()) != 0) return link.failRecord();
+        const char* name = st->getColumnName(static_cast<unsigned long>(j), link.error());
+        shape.names.push_back(name ? name : "");
+        shape.types.push_back(type);
+    }
+    return true;
+}
+
+bool readLongs(BulkLink& link, const std::string& sql, std::vector<int64_t>& values, std::vector<bool>& nulls) {
+    const int n = static_cast<int>(values.size());
+    std::vector<unsigned int> words(values.size(), LONG);
+    Statement st(link, link.connection()->createPreparedStatement(sql.c_str(), n, words.data(), false, link.error()));
+    if (st.get() == nullptr || st->execute(link.error()) != 0) return link.failRecord();
+    bool more = false;
+    if (st->nextResultSet(more, link.error()) != 0 || st->hasMoreData(more, link.error()) != 0) return link.failRecord();
+    if (!more) return link.fail("no row from: " + sql);
+    std::vector<DataValue> row(values.size());
+    for (DataValue& v : row) v.isNull = false;
+    if (st->nextRow(row, link.error()) != 0) return link.failRecord();
+    for (size_t j = 0; j < values.size(); ++j) {
+        nulls[j] = row[j].isNull;
+        values[j] = row[j].isNull ? 0 : row[j].int64Value;
+    }
+    return true;
+}
+
+} // namespace orlodbc
