@@ -55,6 +55,34 @@ int findColumn(const Shape& shape, const std::string& name) {
     return found;
 }
 
+// A driver may describe a result column by less than its name: SQLite's
+// takes a name with a dot for "table.column" and gives only what follows the
+// last dot. The catalog has the whole name; it is taken where it ends in the
+// described one, column by column, and only when it lists as many columns.
+void wholeNames(DriverHost& host, const DataService& service, const TableName& table, Shape& shape) {
+    ClassicLink link(host);
+    std::string why;
+    if (!link.open(service, why)) return;
+    Connection* c = link.get();
+    int count = 0;
+    const bool ok = (table.schema.empty() ? c->getTableNumColumns(table.table, count)
+                                          : c->getTableNumColumns(table.schema, table.table, count)) == 1;
+    if (ok && count == static_cast<int>(shape.names.size())) {
+        for (int j = 0; j < count; ++j) {
+            std::string name;
+            unsigned int type = 0;
+            if ((table.schema.empty() ? c->getTableColumnInfo(table.table, j, name, type)
+                                      : c->getTableColumnInfo(table.schema, table.table, j, name, type)) != 1)
+                break;
+            std::string& described = shape.names[j];
+            if (name.size() > described.size() &&
+                name.compare(name.size() - described.size() - 1, std::string::npos, "." + described) == 0)
+                described = name;
+        }
+    }
+    c->rollback();
+}
+
 // Every name the copy will write on the target must be kept there as it is:
 // checked before anything is created or written. 0, or 2 with the names told.
 int checkTargetNames(const Dialect& d, const TableName& table, const Shape& shape, std::ostream& err) {
@@ -148,6 +176,7 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
             return 2;
         }
     }
+    if (o.query.empty()) wholeNames(host, fromService, fromTable, shape);
     const int named = checkTargetNames(toDialect, toTable, shape, err);
     if (named != 0) return named;
     // A table's columns are named in the SELECT, so that its text is ours alone.

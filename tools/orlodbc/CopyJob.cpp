@@ -54,6 +54,10 @@ private:
             if (static_cast<int>(pending_.size()) >= flushAt() && !flush()) return false;
         }
         if (stop_) return false;  // another job failed: leave what it committed, drop ours since
+        // The read is over: an embedded database holds its file's read lock
+        // until the source transaction ends, and the target's commit may
+        // need that file.
+        src_.connection()->rollback(src_.error());
         if (!flush()) return false;
         return commit();
     }
