@@ -142,6 +142,7 @@ private:
     size_t fillParamColumns(const RowInternal2* const* rows, size_t count, bool keepStrides);
     // Binds row `row` of the block's column `parameter` as marker `number`.
     SQLRETURN bindParamColumn(SQLHSTMT handle, SQLUSMALLINT number, size_t parameter, size_t row);
+    bool bindsBinary(size_t parameter) const;
     // Multi-row statements (see PreparedStatement2OdbcInserts.cpp).
     bool insertsInGroups();
     int insertGroup(const RowInternal2* const* rows, size_t count, size_t first, DBError* error);

@@ -127,7 +127,10 @@ int PreparedStatement2Odbc::execute(const RowInternal2** rows, DBError* error) {
             // One SQLExecute a multi-row statement, never an array of them:
             // PostgreSQL's driver sends each parameter set of an array as a
             // statement of its own, the round trip this path saves.
-            if (!paramBlock) paramBlock.reset(new ParamBlock);
+            if (!paramBlock) {
+                paramBlock.reset(new ParamBlock);
+                paramBlock->sharedBinaryLengths = sharesBinaryLengths(connection->handle());
+            }
             const size_t group = insertRows;
             for (size_t first = 0; first < count; first += group) {
                 const int result = insertGroup(rows + first, std::min(group, count - first), first, error);
@@ -295,6 +298,10 @@ int PreparedStatement2Odbc::runArrays(size_t count, size_t first, DBError* error
     restore();
     reportRow(error, first + failed);
     return -1;
+}
+
+bool PreparedStatement2Odbc::bindsBinary(size_t parameter) const {
+    return typeOf(parameters[parameter].typeWord) == BINARY;
 }
 
 SQLRETURN PreparedStatement2Odbc::bindParamColumn(SQLHSTMT handle, SQLUSMALLINT number, size_t parameter,

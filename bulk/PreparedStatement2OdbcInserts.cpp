@@ -6,9 +6,10 @@
 // multi-row statement one of each. The values are the parameter arrays'
 // column buffers, row r's value of parameter i bound as marker r * n + i + 1
 // with the single-row statement's description of parameter i, so a value
-// reads back the same whichever way it went. SQLite's driver's habit of
-// reading one binary length for a whole array doesn't arise: every statement
-// here is one parameter set, each marker with its own length.
+// reads back the same whichever way it went. SQLite's driver reads one
+// binary length for a whole array; here every statement is one parameter
+// set, each marker with its own length, but the driver takes that length
+// at the bind, so there binaries are bound for each statement.
 //
 // R is cut so that a statement carries no more markers than its database
 // takes. A failing statement fails the call with the zero-based rows it
@@ -132,6 +133,13 @@ int PreparedStatement2Odbc::runGroup(size_t count, size_t first, DBError* error)
                 rc = bindParamColumn(g.stmt, static_cast<SQLUSMALLINT>(r * n + i + 1), i, r);
         for (size_t i = 0; rc == SQL_SUCCESS && i < n; ++i)
             g.bound.push_back({pb.columns[i].data.data(), pb.columns[i].stride, pb.columns[i].lengths.data()});
+    } else if (rc == SQL_SUCCESS && pb.sharedBinaryLengths) {
+        // SQLite's driver takes a binary's length when it is bound, not at
+        // each SQLExecute: binaries are bound again for every statement.
+        for (size_t r = 0; rc == SQL_SUCCESS && r < count; ++r)
+            for (size_t i = 0; rc == SQL_SUCCESS && i < n; ++i)
+                if (bindsBinary(i)) rc = bindParamColumn(g.stmt, static_cast<SQLUSMALLINT>(r * n + i + 1), i, r);
+        if (rc != SQL_SUCCESS) g.bound.clear();
     }
     if (rc == SQL_SUCCESS) {
         if (rowBlock) rowBlock->fetched = 0;
