@@ -3,7 +3,9 @@
 #include <sqlext.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 
 #include "bulk/Env2Odbc.h"
@@ -32,6 +34,26 @@ unsigned long arraySizeOf(const std::map<std::string, std::string>& properties, 
         if (rows > kMaxArraySize) return kMaxArraySize;
     }
     return rows < 1 ? 1 : rows;
+}
+
+// A database we can't name gets the smallest limit of those we know.
+constexpr size_t kMarkersElsewhere = 999;
+
+// SQLite's limit is set when it is compiled: 999 up to 3.31, 32766 from 3.32
+// unless a build chose otherwise, which it can only have chosen larger.
+size_t sqliteMarkers(SQLHDBC dbc) {
+    SQLHSTMT st = SQL_NULL_HSTMT;
+    if (SQLAllocHandle(SQL_HANDLE_STMT, dbc, &st) != SQL_SUCCESS) return kMarkersElsewhere;
+    char version[32] = "";
+    SQLLEN length = 0;
+    bool ok = SQLExecDirect(st, (SQLCHAR*)"SELECT sqlite_version()", SQL_NTS) == SQL_SUCCESS &&
+              SQLFetch(st) == SQL_SUCCESS &&
+              SQLGetData(st, 1, SQL_C_CHAR, version, sizeof version, &length) == SQL_SUCCESS;
+    SQLFreeStmt(st, SQL_CLOSE);
+    SQLFreeHandle(SQL_HANDLE_STMT, st);
+    unsigned major = 0, minor = 0;
+    ok = ok && std::sscanf(version, "%u.%u", &major, &minor) == 2;
+    return ok && (major > 3 || (major == 3 && minor >= 32)) ? 32766 : kMarkersElsewhere;
 }
 } // namespace
 
@@ -88,12 +110,31 @@ int Connection2Odbc::connect(DBError* error) {
         connected = true;
         fetchRows = arraySizeOf(properties, "FetchArraySize");
         paramRows = arraySizeOf(properties, "ParamArraySize");
+        insertRows = arraySizeOf(properties, "InsertRowsPerStatement");
+        markerLimit = 0;
         return 0;
     }
     // With SQL_SUCCESS_WITH_INFO the driver is connected while this object
     // says it is not: only SQL_SUCCESS counts anywhere on this path.
     reportOdbc(error, SQL_HANDLE_DBC, dbc, rc);
     return -1;
+}
+
+size_t Connection2Odbc::markersPerStatement() {
+    if (markerLimit) return markerLimit;
+    markerLimit = kMarkersElsewhere;
+    char name[128] = "";
+    SQLSMALLINT length = 0;
+    if (SQLGetInfo(dbc, SQL_DBMS_NAME, name, sizeof name, &length) != SQL_SUCCESS) return markerLimit;
+    for (char& c : name)
+        if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
+    // PostgreSQL's protocol and MariaDB's prepared statements count a
+    // statement's parameters in 16 bits.
+    if (std::strstr(name, "POSTGRESQL") || std::strstr(name, "MARIADB") || std::strstr(name, "MYSQL"))
+        markerLimit = 65535;
+    else if (std::strstr(name, "SQLITE"))
+        markerLimit = sqliteMarkers(dbc);
+    return markerLimit;
 }
 
 int Connection2Odbc::disconnect(bool force, DBError* error) {

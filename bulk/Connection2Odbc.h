@@ -4,6 +4,7 @@
 #pragma once
 #include <sql.h>
 
+#include <cstddef>
 #include <functional>
 #include <map>
 #include <set>
@@ -61,6 +62,12 @@ public:
     // per SQLFetch and per SQLExecute, as without the properties.
     unsigned long fetchArraySize() const { return fetchRows; }
     unsigned long paramArraySize() const { return paramRows; }
+    // Rows per statement of a plain INSERT's multi-row execute, as
+    // "InsertRowsPerStatement" said at the last connect; 1 means off.
+    unsigned long insertRowsPerStatement() const { return insertRows; }
+    // Parameter markers one statement may carry on this database; asked of
+    // the driver at the first call after a connect.
+    size_t markersPerStatement();
     bool isConnected() const { return connected; }
     void setService(const std::string& name) { service = name; }
 
@@ -79,6 +86,8 @@ private:
     std::set<PreparedStatement2Odbc*, compare_ptr<PreparedStatement2Odbc> > statements;  // owned
     unsigned long fetchRows = 1;
     unsigned long paramRows = 1;
+    unsigned long insertRows = 1;
+    size_t markerLimit = 0;  // 0: not asked yet
 };
 
 }}}} // namespace KORVEL::Orl::DB::ODBC

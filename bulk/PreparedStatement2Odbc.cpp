@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include "bulk/Connection2Odbc.h"
+#include "bulk/internal/InsertGroups.h"
 #include "bulk/internal/ParamBlock.h"
 #include "bulk/internal/RowBlock.h"
 #include "bulk/internal/Report.h"
@@ -128,6 +129,7 @@ PreparedStatement2Odbc::~PreparedStatement2Odbc() {
     // disconnect the driver manager has already freed it.
     for (void* buffer : valueBuffers) std::free(buffer);
     releaseBindBlocks();
+    releaseGroups();
     if (stmt != SQL_NULL_HSTMT) {
         close(nullptr);
         SQLFreeHandle(SQL_HANDLE_STMT, stmt);

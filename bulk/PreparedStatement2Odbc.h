@@ -22,6 +22,7 @@ namespace KORVEL { namespace Orl { namespace DB { namespace ODBC {
 class Connection2Odbc;
 struct RowBlock;
 struct ParamBlock;
+struct InsertGroups;
 
 // Kept for the host's binary interface: the bind length that all parameters
 // once shared. Binds and reads here keep their lengths per parameter and per
@@ -76,8 +77,10 @@ public:
     // columns[i]: the row column that feeds parameter i; types[i] its type word.
     int setBindings(std::vector<int>& columns, const unsigned int* types, DBError* error) override;
     int execute(const RowInternal2* row, DBError* error) override;
-    // A null-terminated list of rows as parameter arrays of at most
-    // "ParamArraySize" rows each. Without that property: -1, nothing touched.
+    // A null-terminated list of rows: with "InsertRowsPerStatement" and a
+    // plain INSERT as statements of several rows each, else as parameter
+    // arrays of at most "ParamArraySize" rows each. Without either: -1,
+    // nothing touched.
     int execute(const RowInternal2** rows, DBError* error) override;
     int execute(std::vector<DataTypes::DataValue>& values, std::vector<unsigned int>& types,
                 DBError* error) override;
@@ -102,8 +105,12 @@ public:
     // True when the statement reads several rows per SQLFetch ("FetchArraySize").
     bool readsBlocks() const { return rowBlock != nullptr; }
 
+    // Rows a multi-row statement of the multi-row execute carries; 0 while
+    // the rows go as arrays or one at a time.
+    size_t rowsPerInsert() const { return insertRows; }
+
     // The driver manager freed the handle with its connection.
-    void forgetHandle() { stmt = SQL_NULL_HSTMT; }
+    void forgetHandle();
 
 private:
     // What the driver reads at SQLExecute for one parameter: its length or
@@ -128,6 +135,19 @@ private:
     // Parameter arrays.
     int executeChunk(const RowInternal2* const* rows, size_t count, size_t first, DBError* error);
     int runArrays(size_t count, size_t first, DBError* error);
+    // Fills the block's columns from `count` rows, the arrays' and the
+    // multi-row statements' alike. `keepStrides` never narrows a column, so
+    // that its buffer stays where it was bound. Returns the rows filled: fewer
+    // than `count` when a row's date can't be converted, which is that row.
+    size_t fillParamColumns(const RowInternal2* const* rows, size_t count, bool keepStrides);
+    // Binds row `row` of the block's column `parameter` as marker `number`.
+    SQLRETURN bindParamColumn(SQLHSTMT handle, SQLUSMALLINT number, size_t parameter, size_t row);
+    bool bindsBinary(size_t parameter) const;
+    // Multi-row statements (see PreparedStatement2OdbcInserts.cpp).
+    bool insertsInGroups();
+    int insertGroup(const RowInternal2* const* rows, size_t count, size_t first, DBError* error);
+    int runGroup(size_t count, size_t first, DBError* error);
+    void releaseGroups();
 
     int executeBound(DBError* error);
     // A row whose offsets or values lie outside its own size: "packed row
@@ -160,6 +180,10 @@ private:
     std::unique_ptr<RowBlock> rowBlock;
     // Buffers of the parameter arrays; made at the first multi-row execute.
     std::unique_ptr<ParamBlock> paramBlock;
+    // The multi-row statements of a plain INSERT; made at the first multi-row
+    // execute with "InsertRowsPerStatement", whether or not the text qualifies.
+    std::unique_ptr<InsertGroups> inserts;
+    size_t insertRows = 0;  // see rowsPerInsert()
 };
 
 template <> int PreparedStatement2Odbc::getDataColumn<93>(unsigned long, void*, long&, DBError*);

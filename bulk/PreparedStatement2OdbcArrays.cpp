@@ -98,7 +98,15 @@ size_t failedRow(const ParamBlock& pb, size_t count) {
 
 int PreparedStatement2Odbc::execute(const RowInternal2** rows, DBError* error) {
     const size_t chunk = connection->paramArraySize();
-    if (chunk <= 1) return -1;
+    // Only with the property set does the statement's text get looked at.
+    bool grouped = false;
+    try {
+        grouped = connection->insertRowsPerStatement() > 1 && insertsInGroups();
+    } catch (const std::bad_alloc&) {
+        reportLibrary(error, "memory allocation");
+        return -1;
+    }
+    if (chunk <= 1 && !grouped) return -1;
     if (bound != 1) {
         reportLibrary(error, "No param binding in effect");
         return -1;
@@ -115,6 +123,21 @@ int PreparedStatement2Odbc::execute(const RowInternal2** rows, DBError* error) {
         return 0;
     }
     try {
+        if (grouped) {
+            // One SQLExecute a multi-row statement, never an array of them:
+            // PostgreSQL's driver sends each parameter set of an array as a
+            // statement of its own, the round trip this path saves.
+            if (!paramBlock) {
+                paramBlock.reset(new ParamBlock);
+                paramBlock->sharedBinaryLengths = sharesBinaryLengths(connection->handle());
+            }
+            const size_t group = insertRows;
+            for (size_t first = 0; first < count; first += group) {
+                const int result = insertGroup(rows + first, std::min(group, count - first), first, error);
+                if (result != 0) return result;
+            }
+            return 0;
+        }
         if (!paramBlock) {
             paramBlock.reset(new ParamBlock);
             paramBlock->sharedBinaryLengths = sharesBinaryLengths(connection->handle());
@@ -154,6 +177,20 @@ int PreparedStatement2Odbc::executeChunk(const RowInternal2* const* rows, size_t
         reportRow(error, first + r);
         return -1;
     }
+    const size_t filled = fillParamColumns(rows, count, false);
+    if (filled < count) {
+        // One row at a time the rows before it would have gone in.
+        const int result = filled ? runArrays(filled, first, error) : 0;
+        if (result != 0) return result;
+        reportLibrary(error, "error converting date");
+        close(error);
+        reportRow(error, first + filled);
+        return -1;
+    }
+    return runArrays(count, first, error);
+}
+
+size_t PreparedStatement2Odbc::fillParamColumns(const RowInternal2* const* rows, size_t count, bool keepStrides) {
     ParamBlock& pb = *paramBlock;
     pb.columns.resize(parameters.size());
     for (size_t i = 0; i < parameters.size(); ++i) {
@@ -162,7 +199,8 @@ int PreparedStatement2Odbc::executeChunk(const RowInternal2* const* rows, size_t
         if (typeOf(word) == STRING || typeOf(word) == BINARY)
             for (size_t r = 0; r < count; ++r) widest = std::max(widest, lengthOf(word, valueInRow(rows[r], parameters[i])));
         ParamColumn& c = pb.columns[i];
-        c.stride = strideOf(word, widest);
+        const SQLLEN stride = strideOf(word, widest);
+        c.stride = keepStrides ? std::max(c.stride, stride) : stride;
         c.data.resize((static_cast<size_t>(c.stride) * count + 7) / 8);
         c.lengths.resize(count);
     }
@@ -182,15 +220,7 @@ int PreparedStatement2Odbc::executeChunk(const RowInternal2* const* rows, size_t
             case TIMESTAMP:
             case BIGDATETIME: {
                 SQL_TIMESTAMP_STRUCT ts;
-                if (!timestampOf(word, readInt64(value), ts)) {
-                    // One row at a time the rows before it would have gone in.
-                    const int result = r ? runArrays(r, first, error) : 0;
-                    if (result != 0) return result;
-                    reportLibrary(error, "error converting date");
-                    close(error);
-                    reportRow(error, first + r);
-                    return -1;
-                }
+                if (!timestampOf(word, readInt64(value), ts)) return r;
                 std::memcpy(at, &ts, sizeof ts);
                 length = sizeof ts;
                 break;
@@ -226,7 +256,7 @@ int PreparedStatement2Odbc::executeChunk(const RowInternal2* const* rows, size_t
             }
         }
     }
-    return runArrays(count, first, error);
+    return count;
 }
 
 // Binds the arrays' first `count` rows and executes them as one parameter
@@ -245,12 +275,8 @@ int PreparedStatement2Odbc::runArrays(size_t count, size_t first, DBError* error
     if (rc == SQL_SUCCESS) rc = SQLSetStmtAttr(stmt, SQL_ATTR_PARAMSET_SIZE, reinterpret_cast<SQLPOINTER>(count), 0);
     if (rc == SQL_SUCCESS) rc = SQLSetStmtAttr(stmt, SQL_ATTR_PARAM_STATUS_PTR, pb.status.data(), 0);
     if (rc == SQL_SUCCESS) rc = SQLSetStmtAttr(stmt, SQL_ATTR_PARAMS_PROCESSED_PTR, &pb.processed, 0);
-    for (size_t i = 0; rc == SQL_SUCCESS && i < parameters.size(); ++i) {
-        const DATA_XFER_SETTINGS& s = parameters[i];
-        ParamColumn& c = pb.columns[i];
-        rc = SQLBindParameter(stmt, static_cast<SQLUSMALLINT>(i + 1), SQL_PARAM_INPUT, cTypeOf(s.typeWord),
-                              s.sqlDataType, s.columnSize, s.decimalDigits, c.at(0), c.stride, c.lengths.data());
-    }
+    for (size_t i = 0; rc == SQL_SUCCESS && i < parameters.size(); ++i)
+        rc = bindParamColumn(stmt, static_cast<SQLUSMALLINT>(i + 1), i, 0);
     if (rc != SQL_SUCCESS) {
         // As a failed single-row bind: the bindings go.
         reportOdbc(error, SQL_HANDLE_STMT, stmt, rc);
@@ -272,6 +298,18 @@ int PreparedStatement2Odbc::runArrays(size_t count, size_t first, DBError* error
     restore();
     reportRow(error, first + failed);
     return -1;
+}
+
+bool PreparedStatement2Odbc::bindsBinary(size_t parameter) const {
+    return typeOf(parameters[parameter].typeWord) == BINARY;
+}
+
+SQLRETURN PreparedStatement2Odbc::bindParamColumn(SQLHSTMT handle, SQLUSMALLINT number, size_t parameter,
+                                                  size_t row) {
+    const DATA_XFER_SETTINGS& s = parameters[parameter];
+    ParamColumn& c = paramBlock->columns[parameter];
+    return SQLBindParameter(handle, number, SQL_PARAM_INPUT, cTypeOf(s.typeWord), s.sqlDataType, s.columnSize,
+                            s.decimalDigits, c.at(row), c.stride, &c.lengths[row]);
 }
 
 }}}} // namespace KORVEL::Orl::DB::ODBC

@@ -80,8 +80,9 @@ Connection2* OdbcDriver::createConnection2(const DataService& service, DBError* 
             connection->clearProperties();
             connection->setConnectionProperty("Password", password.c_str());
             connection->setConnectionProperty("DatabaseType", databaseType.c_str());
-            // Block transfers are opt-in: without the keys the map stays as it was.
-            for (const char* key : {"FetchArraySize", "ParamArraySize"}) {
+            // Block transfers and multi-row inserts are opt-in: without the
+            // keys the map stays as it was.
+            for (const char* key : {"FetchArraySize", "ParamArraySize", "InsertRowsPerStatement"}) {
                 std::string rows = service.getPropertyValueAsString(key, "");
                 if (!rows.empty()) connection->setConnectionProperty(key, rows.c_str());
             }

@@ -53,4 +53,13 @@ void reportRow(DBError* error, unsigned long row) {
     }
 }
 
+void reportRows(DBError* error, unsigned long first, unsigned long last) {
+    if (first == last) return reportRow(error, first);
+    if (error == nullptr) return;
+    try {
+        asRecord(error)->errorString += " (rows " + std::to_string(first) + " to " + std::to_string(last) + ")";
+    } catch (...) {
+    }
+}
+
 }}}} // namespace KORVEL::Orl::DB::ODBC

@@ -18,5 +18,7 @@ void reportOdbc(DBError* error, short handleType, void* handle, short returnCode
 void reportTruncation(DBError* error);
 // Appends " (row N)" to the text already in the record.
 void reportRow(DBError* error, unsigned long row);
+// Appends " (rows FIRST to LAST)", or " (row FIRST)" when they are one.
+void reportRows(DBError* error, unsigned long first, unsigned long last);
 
 }}}} // namespace KORVEL::Orl::DB::ODBC

@@ -1,7 +1,8 @@
 // Block transfers against the row-at-a-time path on each database: the same
 // generated table read one row per SQLFetch and in row blocks of 1, 7 and
 // 1024, every packed byte, every value and every failure compared; and the
-// same rows written one SQLExecute each and as parameter arrays, read back equal.
+// same rows written one SQLExecute each, as parameter arrays and as multi-row
+// statements, read back equal.
 #include "BulkFixture.h"
 
 #include <cstring>
@@ -146,13 +147,15 @@ enum Form { kPacked, kValues, kAlternating };
 
 class BulkBlock : public BulkPerDsn {
 protected:
-    // A connection with FetchArraySize and ParamArraySize set to `rows` (0: none).
-    Connection2* openWith(const orltest::TestDsn& d, int rows) {
+    // A connection with FetchArraySize and ParamArraySize set to `rows` and
+    // InsertRowsPerStatement to `insertRows` (0: none).
+    Connection2* openWith(const orltest::TestDsn& d, int rows, int insertRows = 0) {
         std::vector<std::pair<std::string, std::string> > p = {{"DSN", d.dsn}, {"User", d.user}, {"Password", d.password}};
         if (rows) {
             p.push_back({"FetchArraySize", std::to_string(rows)});
             p.push_back({"ParamArraySize", std::to_string(rows)});
         }
+        if (insertRows) p.push_back({"InsertRowsPerStatement", std::to_string(insertRows)});
         Connection2* c = make(p);
         EXPECT_NE(nullptr, c) << said(error);
         if (c && c->connect(error) != 0) {
@@ -166,7 +169,9 @@ protected:
     // with `arrays` as one list through the multi-row execute.
     // Without `binary` the binary column stays NULL: SQLite's driver can't
     // take binaries in arrays, which sends such rows one at a time there.
-    bool fill(Connection2* c, const std::string& label, const char* table, bool arrays = false, bool binary = true) {
+    // `perInsert` receives the rows the statement's multi-row statements carry.
+    bool fill(Connection2* c, const std::string& label, const char* table, bool arrays = false, bool binary = true,
+              int count = kRows, size_t* perInsert = nullptr) {
         std::string why;
         run(c, std::string("DROP TABLE IF EXISTS ") + table);
         EXPECT_TRUE(run(c, ddlFor(label, table), &why)) << why;
@@ -189,7 +194,7 @@ protected:
         bool ok = true;
         std::vector<RowPtr> rows;
         std::vector<const RowInternal2*> list;
-        for (int k = 0; k < kRows && ok; ++k) {
+        for (int k = 0; k < count && ok; ++k) {
             rows.push_back(makeRow(g.row(k)));
             list.push_back(rows.back().get());
             if (!arrays) {
@@ -202,6 +207,7 @@ protected:
             ok = insert->execute(list.data(), error) == 0;
             EXPECT_TRUE(ok) << said(error);
         }
+        if (perInsert) *perInsert = static_cast<KORVEL::Orl::DB::ODBC::PreparedStatement2Odbc*>(insert)->rowsPerInsert();
         c->releaseStatement(insert, error);
         return ok && c->commit(error) == 0;
     }
@@ -405,6 +411,111 @@ TEST_P(BulkBlock, AFailingRowOfAnArrayIsNamed) {
     c->rollback(error);
     run(c, "DROP TABLE bulk_key");
     EXPECT_EQ(0, c->commit(error)) << said(error);
+}
+
+TEST_P(BulkBlock, MultiRowStatementsWriteWhatOneExecuteARowWrites) {
+    const orltest::TestDsn& d = GetParam();
+    ORL_REQUIRE_DSN(d);
+    Connection2* plain = openWith(d, 0);
+    ASSERT_NE(nullptr, plain);
+    // Not a multiple of 7 or of 500. Binaries included: every multi-row
+    // statement is one parameter set, which SQLite's driver reads right.
+    constexpr int kCount = 1503;
+    ASSERT_TRUE(fill(plain, d.label, "bulk_one", false, true, kCount));
+    const std::string select = std::string("SELECT ") + kColumnList + " FROM ";
+    const std::vector<std::string> want = readAll(plain, select + "bulk_one ORDER BY id", 0, nullptr, kPacked);
+    ASSERT_EQ(static_cast<size_t>(kCount), want.size());
+    const struct {
+        int arrays, insertRows;
+        size_t perInsert;  // what the statement carries: 0 for arrays
+    } ways[] = {{0, 7, 7}, {0, 500, 500}, {7, 1, 0}, {1024, 500, 500}};
+    for (const auto& w : ways) {
+        const std::string where = std::string(d.label) + ", arrays " + std::to_string(w.arrays) + ", " +
+                                  std::to_string(w.insertRows) + " rows a statement";
+        Connection2* c = openWith(d, w.arrays, w.insertRows);
+        ASSERT_NE(nullptr, c);
+        size_t perInsert = 99;
+        ASSERT_TRUE(fill(c, d.label, "bulk_many", true, true, kCount, &perInsert)) << where;
+        EXPECT_EQ(w.perInsert, perInsert) << where;
+        const std::vector<std::string> got = readAll(plain, select + "bulk_many ORDER BY id", 0, nullptr, kPacked);
+        ASSERT_EQ(want.size(), got.size()) << where;
+        size_t differ = 0;
+        for (size_t k = 0; k < want.size(); ++k)
+            if (want[k] != got[k] && differ++ < 3) ADD_FAILURE() << where << ": row " << k << " " << difference(want[k], got[k]);
+        EXPECT_EQ(0u, differ) << where;
+        run(c, "DROP TABLE bulk_many");
+        EXPECT_EQ(0, c->commit(error)) << said(error);
+        c->disconnect(true, error);
+    }
+    run(plain, "DROP TABLE bulk_one");
+    EXPECT_EQ(0, plain->commit(error)) << said(error);
+}
+
+TEST_P(BulkBlock, AFailingMultiRowStatementNamesItsRowsAndLeavesNothing) {
+    const orltest::TestDsn& d = GetParam();
+    ORL_REQUIRE_DSN(d);
+    // The rows in the table as the transaction sees them; commits nothing.
+    auto countKeys = [this](Connection2* c) {
+        PreparedStatement* st = c->createPreparedStatement("SELECT id FROM bulk_key", error);
+        EXPECT_NE(nullptr, st) << said(error);
+        if (!st) return -1;
+        int n = 0;
+        bool more = false;
+        EXPECT_EQ(0, st->execute(error)) << said(error);
+        EXPECT_EQ(0, st->nextResultSet(more, error)) << said(error);
+        while (st->hasMoreData(more, error) == 0 && more && RowPtr(st->nextRow(error))) ++n;
+        c->releaseStatement(st, error);
+        return n;
+    };
+    const struct {
+        int insertRows, count, repeated;  // the row that repeats row 2's key
+        const char* named;
+        int before;  // rows of earlier statements, in until the rollback
+    } cases[] = {
+        {4, 11, 6, " (rows 4 to 7)", 4},         // a full group in the middle
+        {4, 10, 9, " (rows 8 to 9)", 8},         // the shorter last group
+        {4, 9, 8, " (row 8)", 8},                // a last row alone
+        {4, 4, 3, " (rows 0 to 3)", 0},          // the first statement
+        {500, 1203, 700, " (rows 500 to 999)", 500},
+    };
+    for (const auto& t : cases) {
+        const std::string where = std::string(d.label) + ", " + std::to_string(t.insertRows) + " rows a statement, " +
+                                  std::to_string(t.count) + " rows, row " + std::to_string(t.repeated) + " repeats";
+        Connection2* c = openWith(d, 0, t.insertRows);
+        ASSERT_NE(nullptr, c);
+        std::string why;
+        run(c, "DROP TABLE IF EXISTS bulk_key");
+        ASSERT_TRUE(run(c, "CREATE TABLE bulk_key (id INTEGER PRIMARY KEY)", &why)) << why;
+        ASSERT_EQ(0, c->commit(error)) << said(error);
+        PreparedStatement* insert = c->createPreparedStatement("INSERT INTO bulk_key (id) VALUES (?)", error);
+        ASSERT_NE(nullptr, insert) << said(error);
+        std::vector<int> columns = {0};
+        const unsigned int words[] = {LONG};
+        ASSERT_EQ(0, insert->setBindings(columns, words, error)) << said(error);
+        std::vector<RowPtr> rows;
+        std::vector<const RowInternal2*> list;
+        for (int k = 0; k < t.count; ++k) {
+            rows.push_back(makeRow({{LONG, int64Value(k == t.repeated ? 2 : k)}}));
+            list.push_back(rows.back().get());
+        }
+        list.push_back(nullptr);
+        EXPECT_EQ(-1, insert->execute(list.data(), error)) << where;
+        const std::string text = error->getErrorString();
+        EXPECT_EQ("odbc", std::string(error->getErrorSource())) << where;
+        const std::string named(t.named);
+        EXPECT_EQ(named, text.substr(text.size() < named.size() ? 0 : text.size() - named.size())) << where << ": " << text;
+        // A failing statement takes none of its rows; PostgreSQL's
+        // transaction refuses all further work until the rollback.
+        if (d.label != std::string("pg")) {
+            EXPECT_EQ(t.before, countKeys(c)) << where;
+        }
+        c->releaseStatement(insert, error);
+        EXPECT_EQ(0, c->rollback(error)) << said(error);
+        EXPECT_EQ(0, countKeys(c)) << where;
+        run(c, "DROP TABLE bulk_key");
+        EXPECT_EQ(0, c->commit(error)) << said(error);
+        c->disconnect(true, error);
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Dsn, BulkBlock, ::testing::ValuesIn(orltest::testDsns()),

@@ -1,0 +1,179 @@
+// Rows per second of the bulk path's multi-row execute into each test
+// database: 100,000 rows of (integer, double, varchar(20), timestamp,
+// numeric(12,2)) as parameter arrays of 1024 rows ("ParamArraySize") against
+// multi-row statements of 100, 500 and 1000 rows ("InsertRowsPerStatement"),
+// each way committed once, the ways interleaved, three runs each; the best run
+// is reported, a neighbour's load only ever adding time.
+//
+// Needs the test databases: . scripts/odbc-env.sh; bash scripts/db-start.sh all.
+// DSNs: ORL_BENCH_SQLITE (orl_sqlite), ORL_BENCH_PG (orl_pg), ORL_BENCH_MARIA
+// (orl_maria); ORL_BENCH_USER (orl), ORL_BENCH_PASSWORD (orl_pw).
+#include <dlfcn.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "datatypes/DataTypes.h"
+#include "host/Connection2.h"
+#include "host/DBError.h"
+#include "host/DataService.h"
+#include "host/Driver.h"
+#include "host/PreparedStatement.h"
+
+using namespace KORVEL::Orl;
+using namespace KORVEL::Orl::DB;
+
+namespace {
+
+constexpr int kRows = 100000;
+constexpr int kRuns = 3;
+
+std::string env(const char* name, const char* fallback) {
+    const char* v = std::getenv(name);
+    return v && *v ? v : fallback;
+}
+
+struct Database {
+    const char* label;
+    std::string dsn;
+    const char* ddl;
+};
+
+struct Way {
+    const char* name;
+    int arrays, insertRows;
+};
+
+const Way kWays[] = {{"arrays 1024", 1024, 0}, {"R=100", 0, 100}, {"R=500", 0, 500}, {"R=1000", 0, 1000}};
+
+std::vector<RowInternal2*> makeRows() {
+    using namespace DataTypes;
+    std::vector<RowInternal2*> rows;
+    const unsigned int words[] = {INTEGER, FLOAT, STRING, BIGDATETIME, createFixedDecimal(12, 2)};
+    for (int k = 0; k < kRows; ++k) {
+        char text[24], decimal[24];
+        std::snprintf(text, sizeof text, "%020d", k);
+        std::snprintf(decimal, sizeof decimal, "%d.%02d", k, k % 100);
+        DataValue v[5];
+        v[0].int32Value = k;
+        v[1].doubleValue = k * 0.5;
+        v[2].stringValue = text;
+        v[3].int64Value = (1704067200LL + k) * 1000000;
+        const char* problem = nullptr;
+        convertFromString(words[4], decimal, v[4], problem, nullptr, nullptr, nullptr, nullptr);
+        size_t size = 56 + 4 * 5;
+        for (int j = 0; j < 5; ++j) size += getPackedSize(words[j], v[j]);
+        unsigned char* block = static_cast<unsigned char*>(std::calloc(1, size));
+        int32_t offset = 56 + 4 * 5;
+        for (int j = 0; j <= 5; ++j) {
+            std::memcpy(block + 48 + 4 * j, &offset, 4);
+            if (j < 5) offset += static_cast<int32_t>(packValue(words[j], v[j], block + offset, size - offset));
+        }
+        const uint32_t header[4] = {static_cast<uint32_t>(size), 1, 0, 5};
+        std::memcpy(block, header, sizeof header);
+        rows.push_back(reinterpret_cast<RowInternal2*>(block));
+    }
+    return rows;
+}
+
+Driver* g_driver = nullptr;
+
+Connection2* connect(const Database& db, const Way& w, DBError* error) {
+    DataService service("bench");
+    service.setProperty("DSN", db.dsn);
+    service.setProperty("User", env("ORL_BENCH_USER", "orl"));
+    service.setProperty("Password", env("ORL_BENCH_PASSWORD", "orl_pw"));
+    if (w.arrays) service.setProperty("ParamArraySize", std::to_string(w.arrays));
+    if (w.insertRows) service.setProperty("InsertRowsPerStatement", std::to_string(w.insertRows));
+    Connection2* c = g_driver->createConnection2(service, error);
+    if (c && c->connect(error) != 0) {
+        g_driver->releaseConnection2(c, error);
+        return nullptr;
+    }
+    return c;
+}
+
+bool run(Connection2* c, const std::string& sql, DBError* error) {
+    PreparedStatement* st = c->createPreparedStatement(sql.c_str(), error);
+    const bool ok = st && st->execute(error) == 0 && c->commit(error) == 0;
+    if (st) c->releaseStatement(st, error);
+    return ok;
+}
+
+// Seconds for one way's rows, committed; negative when it fails.
+double once(const Database& db, const Way& w, std::vector<const RowInternal2*>& list, DBError* error) {
+    Connection2* c = connect(db, w, error);
+    if (!c) return -1;
+    double seconds = -1;
+    const unsigned int words[] = {DataTypes::INTEGER, DataTypes::FLOAT, DataTypes::STRING, DataTypes::BIGDATETIME,
+                                  DataTypes::createFixedDecimal(12, 2)};
+    std::vector<int> columns = {0, 1, 2, 3, 4};
+    PreparedStatement* st = nullptr;
+    // An empty table's DELETE answers "no data", which fails an execute.
+    run(c, "DELETE FROM insert_bench", error);
+    if (c->commit(error) == 0 &&
+        (st = c->createPreparedStatement("INSERT INTO insert_bench VALUES (?, ?, ?, ?, ?)", error)) != nullptr &&
+        st->setBindings(columns, words, error) == 0) {
+        const auto start = std::chrono::steady_clock::now();
+        if (st->execute(list.data(), error) == 0 && c->commit(error) == 0)
+            seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    }
+    if (st) c->releaseStatement(st, error);
+    c->disconnect(true, error);
+    g_driver->releaseConnection2(c, error);
+    return seconds;
+}
+
+} // namespace
+
+int main() {
+    void* library = dlopen(env("ORL_DRIVER_PATH", ORL_DRIVER_PATH).c_str(), RTLD_NOW | RTLD_LOCAL);
+    auto factory = library ? reinterpret_cast<FactoryDriverFn>(dlsym(library, "FactoryDriver")) : nullptr;
+    if (!factory) {
+        std::fprintf(stderr, "cannot load the driver: %s\n", dlerror());
+        return 1;
+    }
+    g_driver = factory("bench");
+    DBError* error = g_driver->createError("bench");
+    const Database databases[] = {
+        {"sqlite", env("ORL_BENCH_SQLITE", "orl_sqlite"),
+         "CREATE TABLE insert_bench (i INTEGER, d DOUBLE, s VARCHAR(20), ts TIMESTAMP, n NUMERIC(12,2))"},
+        {"pg", env("ORL_BENCH_PG", "orl_pg"),
+         "CREATE TABLE insert_bench (i INTEGER, d DOUBLE PRECISION, s VARCHAR(20), ts TIMESTAMP, n NUMERIC(12,2))"},
+        {"maria", env("ORL_BENCH_MARIA", "orl_maria"),
+         "CREATE TABLE insert_bench (i INTEGER, d DOUBLE, s VARCHAR(20), ts DATETIME(6), n DECIMAL(12,2))"},
+    };
+    std::vector<RowInternal2*> rows = makeRows();
+    std::vector<const RowInternal2*> list(rows.begin(), rows.end());
+    list.push_back(nullptr);
+    for (const Database& db : databases) {
+        Connection2* c = connect(db, kWays[0], error);
+        if (!c || !(run(c, "DROP TABLE IF EXISTS insert_bench", error), run(c, db.ddl, error))) {
+            std::fprintf(stderr, "%s: %s; skipped\n", db.label, error->getErrorString());
+            if (c) g_driver->releaseConnection2(c, error);
+            continue;
+        }
+        std::vector<double> best(sizeof kWays / sizeof kWays[0], 0);
+        for (int r = 0; r < kRuns; ++r)
+            for (size_t w = 0; w < best.size(); ++w) {
+                const double s = once(db, kWays[w], list, error);
+                if (s < 0) std::fprintf(stderr, "%s, %s: %s\n", db.label, kWays[w].name, error->getErrorString());
+                else if (best[w] == 0 || s < best[w]) best[w] = s;
+            }
+        for (size_t w = 0; w < best.size(); ++w)
+            if (best[w] > 0)
+                std::printf("%-7s %-12s %9.0f rows/s  (%.3f s, best of %d)\n", db.label, kWays[w].name, kRows / best[w],
+                            best[w], kRuns);
+        run(c, "DROP TABLE insert_bench", error);
+        c->disconnect(true, error);
+        g_driver->releaseConnection2(c, error);
+    }
+    g_driver->releaseError(error);
+    for (RowInternal2* row : rows) std::free(row);
+    return 0;
+}
