@@ -72,6 +72,7 @@ std::string valueText(const ColumnPlan& plan, const DataTypes::DataValue& value,
     switch (plan.kind) {
     case ValueKind::Integer: bare = true; return coreText(plan.readType, value);
     case ValueKind::Float: bare = std::isfinite(value.doubleValue); return doubleText(value.doubleValue);
+    case ValueKind::Real: bare = std::isfinite(value.doubleValue); return realText(value.doubleValue);
     case ValueKind::Boolean: bare = true; return value.boolValue ? "true" : "false";
     case ValueKind::BooleanText: {
         const std::string text = value.stringValue ? value.stringValue : "";
@@ -172,7 +173,7 @@ ColumnPlan planColumn(unsigned int reported, const QueryColumn& described) {
     case kInteger:
     case kLong:
     case kInterval: return {reported, ValueKind::Integer};
-    case kFloat: return {reported, ValueKind::Float};
+    case kFloat: return {reported, described.sqlType == SQL_REAL ? ValueKind::Real : ValueKind::Float};
     case kBoolean: return {reported, ValueKind::Boolean};
     case kBinary: return {reported, ValueKind::Binary};
     // A decimal comes without its precision and scale, which no value can be

@@ -24,7 +24,7 @@ bool looksLikeQuery(const std::string& sql);
 enum class OutputFormat { Tsv, Csv, Json };
 
 // What a column's values are printed as.
-enum class ValueKind { Integer, Float, Boolean, BooleanText, Text, Binary, Date, Timestamp, TimeOfDay, Time, Other };
+enum class ValueKind { Integer, Float, Real, Boolean, BooleanText, Text, Binary, Date, Timestamp, TimeOfDay, Time, Other };
 
 // The type word a column is read with, and how its values print.
 struct ColumnPlan {

@@ -80,6 +80,17 @@ std::string doubleText(double value) {
     return out;
 }
 
+std::string realText(double value) {
+    if (!std::isfinite(value) || std::fabs(value) > 3.4028234663852886e38 ||
+        static_cast<double>(static_cast<float>(value)) != value)
+        return doubleText(value);
+    char text[64];
+    const std::to_chars_result r = std::to_chars(text, text + sizeof text, static_cast<float>(value));
+    std::string out(text, r.ptr);
+    if (out.find_first_of(".e") == std::string::npos) out += ".0";
+    return out;
+}
+
 std::string dateText(int64_t micros) { return dayText(floorDiv(micros, kMicrosPerDay)); }
 
 std::string timestampText(int64_t micros) {

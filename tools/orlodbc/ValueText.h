@@ -12,6 +12,12 @@ namespace orlodbc {
 // text holds print as "NaN", "Infinity" and "-Infinity".
 std::string doubleText(double value);
 
+// The same for a single-precision column's value, which reaches the tool
+// widened to a double: the shortest text that reads back as the same float
+// ("0.1", where the widened double is 0.10000000149011612). A value no float
+// holds exactly didn't come from one and prints as doubleText.
+std::string realText(double value);
+
 // Calendar fields in UTC (proleptic Gregorian) of microseconds since
 // 1970-01-01 00:00:00, in ISO form: "YYYY-MM-DD", "YYYY-MM-DD HH:MM:SS" and
 // "HH:MM:SS" for a time. A fraction of a second follows the seconds as up to

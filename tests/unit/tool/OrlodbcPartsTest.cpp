@@ -165,6 +165,15 @@ TEST(QueryOutput, DoublesReadBackExactly) {
         const double back = std::strtod(text.c_str(), nullptr);
         EXPECT_EQ(0, std::memcmp(&back, &c.value, sizeof back)) << text;  // -0.0 keeps its sign
     }
+    // A single-precision value arrives widened; one that no float holds is a double's.
+    const double reals[][2] = {{0.1f, 0}, {3.4028234663852886e38, 0}, {1.401298464324817e-45, 0}, {0.1, 1}, {1e-45, 1}};
+    const char* realTexts[] = {"0.1", "3.4028235e+38", "1e-45", "0.1", "1e-45"};
+    for (size_t i = 0; i < 5; ++i) {
+        const std::string text = orlodbc::realText(reals[i][0]);
+        EXPECT_EQ(realTexts[i], text);
+        const double back = reals[i][1] != 0 ? std::strtod(text.c_str(), nullptr) : std::strtof(text.c_str(), nullptr);
+        EXPECT_EQ(reals[i][0], back) << text;
+    }
 }
 
 TEST(QueryOutput, DatesAndTimesInUtcWithTheirFraction) {
@@ -225,6 +234,7 @@ TEST(QueryOutput, ColumnsPlannedByWhatTheDriverDescribes) {
         {UNKNOWN, 0, "bool", STRING, ValueKind::Text},  // only a text is a boolean's text
         {LONG, SQL_BIGINT, "int8", LONG, ValueKind::Integer},
         {FLOAT, SQL_DOUBLE, "float8", FLOAT, ValueKind::Float},
+        {FLOAT, SQL_REAL, "float4", FLOAT, ValueKind::Real},
         {BINARY, SQL_VARBINARY, "bytea", BINARY, ValueKind::Binary},
     };
     for (const Case& c : cases) {
