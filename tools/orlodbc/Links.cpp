@@ -1,6 +1,5 @@
 #include "tools/orlodbc/Links.h"
 
-#include <dlfcn.h>
 #include <sql.h>
 
 #include "datatypes/DataTypes.h"
@@ -68,18 +67,12 @@ bool ClassicLink::failed(std::string& why) {
 
 namespace {
 
-// One SQLGetInfo text of the connection's handle. The tool doesn't link the
-// driver manager: it asks the one the driver library brought in.
+// One SQLGetInfo text of the classic connection's own handle.
 std::string infoText(void* dbc, unsigned short what) {
-    typedef SQLRETURN (*GetInfoFn)(SQLHDBC, SQLUSMALLINT, SQLPOINTER, SQLSMALLINT, SQLSMALLINT*);
-    static GetInfoFn getInfo = [] {
-        void* manager = dlopen("libodbc.so.2", RTLD_LAZY | RTLD_NOLOAD);
-        return manager ? reinterpret_cast<GetInfoFn>(dlsym(manager, "SQLGetInfo")) : nullptr;
-    }();
-    if (getInfo == nullptr || dbc == nullptr) return std::string();
+    if (dbc == nullptr) return std::string();
     char text[256] = "";
     SQLSMALLINT length = 0;
-    const SQLRETURN rc = getInfo(static_cast<SQLHDBC>(dbc), what, text, sizeof text, &length);
+    const SQLRETURN rc = SQLGetInfo(static_cast<SQLHDBC>(dbc), what, text, sizeof text, &length);
     return rc == SQL_SUCCESS || rc == SQL_SUCCESS_WITH_INFO ? std::string(text) : std::string();
 }
 

@@ -6,9 +6,13 @@
 #include <cstdlib>
 #include <ostream>
 
+#include <sql.h>
+#include <sqlext.h>
+
 #include "datatypes/DataTypes.h"
 #include "host/ResultSet.h"
 #include "host/Row.h"
+#include "tools/orlodbc/ValueText.h"
 
 using namespace KORVEL::Orl::DB;
 
@@ -16,14 +20,26 @@ namespace orlodbc {
 
 namespace {
 
+constexpr unsigned int kInt16 = 0;
 constexpr unsigned int kInteger = 1;
 constexpr unsigned int kLong = 2;
 constexpr unsigned int kFloat = 3;
-constexpr unsigned int kBoolean = 10;
+constexpr unsigned int kDate = 4;
 constexpr unsigned int kString = 5;
 constexpr unsigned int kUnknown = 6;
+constexpr unsigned int kTimestamp = 8;
+constexpr unsigned int kBoolean = 10;
+constexpr unsigned int kInterval = 26;
+constexpr unsigned int kBigDateTime = 27;
 constexpr unsigned int kBinary = 28;
+constexpr unsigned int kTime = 29;
 constexpr unsigned int kFixedDecimal = 30;
+
+// A time with fractions that one vendor's ODBC drivers describe by a code
+// of their own, which the ODBC headers don't name.
+constexpr short kSsTime2 = -154;
+
+constexpr int64_t kMicrosPerDay = 86400LL * 1000000;
 
 std::string firstWord(const std::string& sql) {
     size_t i = 0;
@@ -34,49 +50,53 @@ std::string firstWord(const std::string& sql) {
     return word;
 }
 
-// The word a column is read with. The driver reports a decimal without its
-// precision and scale, which no value can be parsed into, and an unknown type
-// can't be read at all: both are read as the text the database gave.
-unsigned int readType(unsigned int reported) {
-    unsigned int low = reported & 0xFF;
-    return (low == kFixedDecimal || low == kUnknown) ? kString : reported;
+std::string lowerCase(const std::string& text) {
+    std::string out;
+    for (char ch : text) out += static_cast<char>(std::tolower(static_cast<unsigned char>(ch)));
+    return out;
 }
 
-std::string cellText(unsigned int type, const DataTypes::DataValue& value) {
-    if (value.isNull) return "NULL";
-    unsigned int low = type & 0xFF;
-    if (low == kString) return value.stringValue ? value.stringValue : "";
-    if (low == kBinary) {
-        std::string hex;
-        DataTypes::convertBinaryToHexString(value.binaryValue.data, value.binaryValue.length, hex);
-        return hex;
-    }
+// The value as the type core prints it (integers, money).
+std::string coreText(unsigned int type, const DataTypes::DataValue& value) {
     char text[128] = "";
     DataTypes::DataValue copy = value;
     DataTypes::convertToString(type, false, false, copy, text, sizeof text);
     return text;
 }
 
-// A JSON value: numbers for the integer and float types (a float that JSON
-// can't hold, such as NaN, as a string), strings for the rest.
-std::string jsonValue(unsigned int type, const DataTypes::DataValue& value) {
-    if (value.isNull) return "null";
-    switch (type & 0xFF) {
-    case kInteger:
-    case kLong: return cellText(type, value);
-    case kBoolean: return value.boolValue ? "true" : "false";
-    case kFloat: {
-        if (!std::isfinite(value.doubleValue)) return jsonString(cellText(type, value));
-        // The shortest text that reads back as the same double; 17 digits always do.
-        char text[40];
-        for (int digits = 15; digits <= 17; ++digits) {
-            std::snprintf(text, sizeof text, "%.*g", digits, value.doubleValue);
-            if (std::strtod(text, nullptr) == value.doubleValue) break;
-        }
-        return text;
+// The text of a value that isn't NULL, the same in every format; `bare`
+// tells whether JSON takes it as it stands (a number or a boolean) rather
+// than as a string.
+std::string valueText(const ColumnPlan& plan, const DataTypes::DataValue& value, bool& bare) {
+    bare = false;
+    switch (plan.kind) {
+    case ValueKind::Integer: bare = true; return coreText(plan.readType, value);
+    case ValueKind::Float: bare = std::isfinite(value.doubleValue); return doubleText(value.doubleValue);
+    case ValueKind::Real: bare = std::isfinite(value.doubleValue); return realText(value.doubleValue);
+    case ValueKind::Boolean: bare = true; return value.boolValue ? "true" : "false";
+    case ValueKind::BooleanText: {
+        const std::string text = value.stringValue ? value.stringValue : "";
+        const int truth = booleanFromText(text);
+        if (truth < 0) return text;
+        bare = true;
+        return truth ? "true" : "false";
     }
-    default: return jsonString(cellText(type, value));
+    case ValueKind::Text: return value.stringValue ? value.stringValue : "";
+    case ValueKind::Binary: {
+        std::string hex;
+        DataTypes::convertBinaryToHexString(value.binaryValue.data, value.binaryValue.length, hex);
+        return hex;
     }
+    case ValueKind::Date: return dateText(value.int64Value);
+    case ValueKind::Timestamp: return timestampText(value.int64Value);
+    case ValueKind::TimeOfDay: {
+        const int64_t micros = value.int64Value % kMicrosPerDay;
+        return timeText(micros < 0 ? micros + kMicrosPerDay : micros);
+    }
+    case ValueKind::Time: return timeText(value.int64Value * 1000000);
+    case ValueKind::Other: break;
+    }
+    return coreText(plan.readType, value);
 }
 
 void printHeader(const std::vector<std::string>& names, OutputFormat format, std::ostream& out) {
@@ -87,18 +107,13 @@ void printHeader(const std::vector<std::string>& names, OutputFormat format, std
     out << (format == OutputFormat::Csv ? "\r\n" : "\n");
 }
 
-void printRow(const std::vector<std::string>& names, Row& row, OutputFormat format, std::ostream& out) {
+void printRow(const std::vector<std::string>& names, const std::vector<ColumnPlan>& plans, Row& row,
+              OutputFormat format, std::ostream& out) {
     const int n = row.getNumColumns();
     for (int i = 0; i < n; ++i) {
-        const unsigned int type = row.getColumnType(i);
-        const DataTypes::DataValue& value = row.getColumnValue(i);
-        switch (format) {
-        case OutputFormat::Tsv: out << (i ? "\t" : "") << cellText(type, value); break;
-        case OutputFormat::Csv: out << (i ? "," : "") << (value.isNull ? "" : csvField(cellText(type, value))); break;
-        case OutputFormat::Json:
-            out << (i ? ", " : "{") << jsonString(names[i]) << ": " << jsonValue(type, value);
-            break;
-        }
+        const std::string cell = cellOutput(plans[i], row.getColumnValue(i), format);
+        if (format == OutputFormat::Json) out << (i ? ", " : "{") << jsonString(names[i]) << ": " << cell;
+        else out << (i ? (format == OutputFormat::Csv ? "," : "\t") : "") << cell;
     }
     if (format == OutputFormat::Json) out << (n ? "}" : "{}");
     out << (format == OutputFormat::Csv ? "\r\n" : "\n");
@@ -110,14 +125,24 @@ bool runQuery(Connection& c, const std::string& sql, OutputFormat format, std::o
     if (c.executeQuery(sql, none, 0, rs) != 1 || rs == nullptr) return false;
     int n = 0;
     if (rs->getNumColumns(n) != 1) return false;
-    std::vector<unsigned int> types;
     std::vector<std::string> names;
+    std::vector<unsigned int> reported;
     for (int i = 0; i < n; ++i) {
         std::string name;
         unsigned int type = 0;
         if (rs->getColumnInfo(i, name, type) != 1) return false;
         names.push_back(name);
-        types.push_back(readType(type));
+        reported.push_back(type);
+    }
+    // The text ran, so preparing it again describes the same columns; a
+    // driver that can't (or a count that differs) leaves the reported words.
+    std::vector<QueryColumn> described = describeQueryColumns(c.getHandle(), sql);
+    if (described.size() != reported.size()) described.assign(reported.size(), QueryColumn());
+    std::vector<ColumnPlan> plans;
+    std::vector<unsigned int> types;
+    for (int i = 0; i < n; ++i) {
+        plans.push_back(planColumn(reported[i], described[i]));
+        types.push_back(plans.back().readType);
     }
     printHeader(names, format, out);
     RowDescriptor descriptor(types);
@@ -133,13 +158,72 @@ bool runQuery(Connection& c, const std::string& sql, OutputFormat format, std::o
             err << "orlodbc: row " << line << " skipped by the driver" << std::endl;
             continue;
         }
-        printRow(names, *row, format, out);
+        printRow(names, plans, *row, format, out);
         delete row;
     }
     return true;
 }
 
 } // namespace
+
+ColumnPlan planColumn(unsigned int reported, const QueryColumn& described) {
+    const unsigned int low = reported & 0xFF;
+    switch (low) {
+    case kInt16:
+    case kInteger:
+    case kLong:
+    case kInterval: return {reported, ValueKind::Integer};
+    case kFloat: return {reported, described.sqlType == SQL_REAL ? ValueKind::Real : ValueKind::Float};
+    case kBoolean: return {reported, ValueKind::Boolean};
+    case kBinary: return {reported, ValueKind::Binary};
+    // A decimal comes without its precision and scale, which no value can be
+    // parsed into, and an unknown type can't be read at all: both are read
+    // as the text the database gave.
+    case kFixedDecimal:
+    case kUnknown:
+    case kString: {
+        // A boolean some ODBC drivers describe as text by default
+        // (PostgreSQL's, through its data source's settings): only the type's
+        // own name tells it from a text.
+        const std::string name = lowerCase(described.typeName);
+        if (low == kString && (name == "bool" || name == "boolean")) return {kString, ValueKind::BooleanText};
+        return {kString, ValueKind::Text};
+    }
+    case kDate:
+    case kTimestamp:
+    case kBigDateTime:
+    case kTime:
+        // One word covers a date, a time and a timestamp in the descriptor
+        // type some drivers report; the described SQL type tells them apart.
+        // All but a time are read to the microsecond; a time's cell has no
+        // fraction to read, and as seconds it keeps the hours of a span
+        // longer than a day.
+        switch (described.sqlType) {
+        case SQL_TYPE_DATE:
+        case SQL_DATE: return {kBigDateTime, ValueKind::Date};
+        case SQL_TYPE_TIME:
+        case kSsTime2: return {kTime, ValueKind::Time};
+        case SQL_TIME: return {kBigDateTime, ValueKind::TimeOfDay};
+        case SQL_TYPE_TIMESTAMP:
+        case SQL_TIMESTAMP: return {kBigDateTime, ValueKind::Timestamp};
+        default:
+            return low == kTime ? ColumnPlan{kTime, ValueKind::Time} : ColumnPlan{kBigDateTime, ValueKind::Timestamp};
+        }
+    default: return {reported, ValueKind::Other};
+    }
+}
+
+std::string cellOutput(const ColumnPlan& plan, const DataTypes::DataValue& value, OutputFormat format) {
+    if (value.isNull) return format == OutputFormat::Json ? "null" : format == OutputFormat::Csv ? "" : "NULL";
+    bool bare = false;
+    const std::string text = valueText(plan, value, bare);
+    switch (format) {
+    case OutputFormat::Csv: return csvField(text);
+    case OutputFormat::Json: return bare ? text : jsonString(text);
+    case OutputFormat::Tsv: break;
+    }
+    return text;
+}
 
 std::string csvField(const std::string& text) {
     if (text.find_first_of(",\"\r\n") == std::string::npos && !text.empty()) return text;

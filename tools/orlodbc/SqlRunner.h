@@ -4,7 +4,9 @@
 #include <string>
 #include <vector>
 
+#include "datatypes/DataValue.h"
 #include "host/Connection.h"
+#include "tools/orlodbc/QueryColumns.h"
 
 namespace orlodbc {
 
@@ -17,8 +19,26 @@ bool looksLikeQuery(const std::string& sql);
 // comma, quote or line break needs it, NULL as an empty field. Json: one
 // object per row and line; integers and floats as numbers, booleans as
 // true/false, decimals (which would lose digits as numbers) and times as
-// strings, binaries as hex strings, NULL as null.
+// strings, binaries as hex strings, NULL as null. A value has one text in
+// all three (see ValueText.h), whichever database it came from.
 enum class OutputFormat { Tsv, Csv, Json };
+
+// What a column's values are printed as.
+enum class ValueKind { Integer, Float, Real, Boolean, BooleanText, Text, Binary, Date, Timestamp, TimeOfDay, Time, Other };
+
+// The type word a column is read with, and how its values print.
+struct ColumnPlan {
+    unsigned int readType;
+    ValueKind kind;
+};
+
+// The plan for a column of the reported type word and what the ODBC driver
+// described (a default QueryColumn when it said nothing).
+ColumnPlan planColumn(unsigned int reported, const QueryColumn& described);
+
+// One value as it stands in a line of the format: quoted for CSV, a JSON
+// value for JSON.
+std::string cellOutput(const ColumnPlan& plan, const DataTypes::DataValue& value, OutputFormat format);
 
 // The CSV field and the JSON string of a text; exposed for the tests.
 std::string csvField(const std::string& text);

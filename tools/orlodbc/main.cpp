@@ -8,6 +8,7 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <iostream>
 #include <string>
 #include <vector>
@@ -208,6 +209,14 @@ int main(int argc, char** argv) {
         std::fflush(logTarget);
         orlodbc::DriverHost::noteLog(text);
     });
+
+    if (!copyCmd->parsed()) {
+        // The classic read turns the fields of a date before 1970 into a
+        // moment by the process zone; in UTC that moment is the fields
+        // themselves, which the rows print back, on any machine.
+        setenv("TZ", "UTC", 1);
+        tzset();
+    }
 
     int rc;
     {

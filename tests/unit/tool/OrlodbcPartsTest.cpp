@@ -3,7 +3,12 @@
 // JSON quoting, and the progress line.
 #include <gtest/gtest.h>
 
+#include <sql.h>
+#include <sqlext.h>
+
+#include <cmath>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <limits>
 
@@ -12,6 +17,7 @@
 #include "tools/orlodbc/Split.h"
 #include "tools/orlodbc/Progress.h"
 #include "tools/orlodbc/SqlRunner.h"
+#include "tools/orlodbc/ValueText.h"
 
 using namespace DataTypes;
 
@@ -129,6 +135,175 @@ TEST(QueryOutput, CsvAndJsonQuoting) {
         EXPECT_EQ(c.csv, orlodbc::csvField(c.text)) << c.text;
         EXPECT_EQ(c.json, orlodbc::jsonString(c.text)) << c.text;
     }
+}
+
+TEST(QueryOutput, DoublesReadBackExactly) {
+    const double inf = std::numeric_limits<double>::infinity();
+    struct Case {
+        double value;
+        const char* text;
+    } cases[] = {
+        {1e-7, "1e-07"},
+        {1.0 / 3, "0.3333333333333333"},
+        {0.1 + 0.2, "0.30000000000000004"},
+        {-0.0, "-0.0"},
+        {0.0, "0.0"},
+        {100, "100.0"},
+        {-2.5, "-2.5"},
+        {1e21, "1e+21"},
+        {std::numeric_limits<double>::max(), "1.7976931348623157e+308"},
+        {std::numeric_limits<double>::denorm_min(), "5e-324"},
+        {std::numeric_limits<double>::min(), "2.2250738585072014e-308"},
+        {std::nan(""), "NaN"},
+        {inf, "Infinity"},
+        {-inf, "-Infinity"},
+    };
+    for (const Case& c : cases) {
+        const std::string text = orlodbc::doubleText(c.value);
+        EXPECT_EQ(c.text, text);
+        if (!std::isfinite(c.value)) continue;
+        const double back = std::strtod(text.c_str(), nullptr);
+        EXPECT_EQ(0, std::memcmp(&back, &c.value, sizeof back)) << text;  // -0.0 keeps its sign
+    }
+    // A single-precision value arrives widened; one that no float holds is a double's.
+    const double reals[][2] = {{0.1f, 0}, {3.4028234663852886e38, 0}, {1.401298464324817e-45, 0}, {0.1, 1}, {1e-45, 1}};
+    const char* realTexts[] = {"0.1", "3.4028235e+38", "1e-45", "0.1", "1e-45"};
+    for (size_t i = 0; i < 5; ++i) {
+        const std::string text = orlodbc::realText(reals[i][0]);
+        EXPECT_EQ(realTexts[i], text);
+        const double back = reals[i][1] != 0 ? std::strtod(text.c_str(), nullptr) : std::strtof(text.c_str(), nullptr);
+        EXPECT_EQ(reals[i][0], back) << text;
+    }
+}
+
+TEST(QueryOutput, DatesAndTimesInUtcWithTheirFraction) {
+    const int64_t s = 1000000;
+    struct Case {
+        int64_t micros;
+        const char* date;
+        const char* timestamp;
+    } cases[] = {
+        {0, "1970-01-01", "1970-01-01 00:00:00"},
+        {-1, "1969-12-31", "1969-12-31 23:59:59.999999"},
+        {-305164800 * s, "1960-05-01", "1960-05-01 00:00:00"},
+        {-305164800 * s + 3723 * s + 123456, "1960-05-01", "1960-05-01 01:02:03.123456"},
+        {951782400 * s + 500000, "2000-02-29", "2000-02-29 00:00:00.5"},
+        {2208988800LL * s + 10, "2040-01-01", "2040-01-01 00:00:00.00001"},
+        {-2208988800LL * s, "1900-01-01", "1900-01-01 00:00:00"},
+        {(253402214400LL + 86399) * s + 999999, "9999-12-31", "9999-12-31 23:59:59.999999"},
+        {-62135596800LL * s, "0001-01-01", "0001-01-01 00:00:00"},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(c.date, orlodbc::dateText(c.micros)) << c.micros;
+        EXPECT_EQ(c.timestamp, orlodbc::timestampText(c.micros)) << c.micros;
+    }
+    struct TimeCase {
+        int64_t micros;
+        const char* text;
+    } times[] = {
+        {0, "00:00:00"},
+        {86399 * s + 999999, "23:59:59.999999"},
+        {45296 * s + 120000, "12:34:56.12"},
+        {(838 * 3600 + 59 * 60 + 59) * s, "838:59:59"},  // a span past a day
+        {-90 * s, "-00:01:30"},
+    };
+    for (const TimeCase& c : times) EXPECT_EQ(c.text, orlodbc::timeText(c.micros)) << c.micros;
+}
+
+TEST(QueryOutput, ColumnsPlannedByWhatTheDriverDescribes) {
+    using orlodbc::ValueKind;
+    struct Case {
+        unsigned int reported;
+        short sqlType;
+        const char* typeName;
+        unsigned int readType;
+        ValueKind kind;
+    } cases[] = {
+        // The descriptor type of every date family reads as one word.
+        {TIMESTAMP, SQL_TYPE_DATE, "date", BIGDATETIME, ValueKind::Date},
+        {TIMESTAMP, SQL_TYPE_TIME, "time", TIME, ValueKind::Time},
+        {TIMESTAMP, SQL_TYPE_TIMESTAMP, "timestamp", BIGDATETIME, ValueKind::Timestamp},
+        {TIMESTAMP, SQL_TIME, "time", BIGDATETIME, ValueKind::TimeOfDay},
+        {TIMESTAMP, 0, "", BIGDATETIME, ValueKind::Timestamp},  // nothing described
+        {TIME, 0, "", TIME, ValueKind::Time},
+        {STRING, SQL_VARCHAR, "bool", STRING, ValueKind::BooleanText},
+        {STRING, SQL_VARCHAR, "BOOLEAN", STRING, ValueKind::BooleanText},
+        {STRING, SQL_VARCHAR, "varchar", STRING, ValueKind::Text},
+        {BOOLEAN, SQL_BIT, "BOOLEAN", BOOLEAN, ValueKind::Boolean},
+        {createFixedDecimal(10, 2), SQL_NUMERIC, "numeric", STRING, ValueKind::Text},
+        {UNKNOWN, 0, "bool", STRING, ValueKind::Text},  // only a text is a boolean's text
+        {LONG, SQL_BIGINT, "int8", LONG, ValueKind::Integer},
+        {FLOAT, SQL_DOUBLE, "float8", FLOAT, ValueKind::Float},
+        {FLOAT, SQL_REAL, "float4", FLOAT, ValueKind::Real},
+        {BINARY, SQL_VARBINARY, "bytea", BINARY, ValueKind::Binary},
+    };
+    for (const Case& c : cases) {
+        orlodbc::QueryColumn described;
+        described.sqlType = c.sqlType;
+        described.typeName = c.typeName;
+        const orlodbc::ColumnPlan plan = orlodbc::planColumn(c.reported, described);
+        EXPECT_EQ(c.readType, plan.readType) << typeToString(c.reported) << " " << c.typeName;
+        EXPECT_EQ(static_cast<int>(c.kind), static_cast<int>(plan.kind)) << typeToString(c.reported) << " " << c.typeName;
+    }
+}
+
+TEST(QueryOutput, OneValueOneTextInEveryFormat) {
+    using orlodbc::ValueKind;
+    auto number = [](double v) {
+        DataValue d;
+        d.isNull = false;
+        d.doubleValue = v;
+        return d;
+    };
+    auto micros = [](int64_t v) {
+        DataValue d;
+        d.isNull = false;
+        d.int64Value = v;
+        return d;
+    };
+    auto text = [](const char* v) {
+        DataValue d;
+        d.isNull = false;
+        d.stringValue = const_cast<char*>(v);
+        return d;
+    };
+    DataValue yes;
+    yes.isNull = false;
+    yes.boolValue = true;
+    struct Case {
+        orlodbc::ColumnPlan plan;
+        DataValue value;
+        const char* tsv;
+        const char* csv;
+        const char* json;
+    } cases[] = {
+        {{FLOAT, ValueKind::Float}, number(1e-7), "1e-07", "1e-07", "1e-07"},
+        {{FLOAT, ValueKind::Float}, number(-0.0), "-0.0", "-0.0", "-0.0"},
+        {{FLOAT, ValueKind::Float}, number(std::nan("")), "NaN", "NaN", "\"NaN\""},
+        {{FLOAT, ValueKind::Float}, DataValue(), "NULL", "", "null"},
+        {{BOOLEAN, ValueKind::Boolean}, yes, "true", "true", "true"},
+        {{STRING, ValueKind::BooleanText}, text("0"), "false", "false", "false"},
+        {{STRING, ValueKind::BooleanText}, text("maybe"), "maybe", "maybe", "\"maybe\""},
+        {{STRING, ValueKind::Text}, text("1"), "1", "1", "\"1\""},
+        {{STRING, ValueKind::Text}, text(""), "", "\"\"", "\"\""},
+        {{BIGDATETIME, ValueKind::Date}, micros(-305164800000000), "1960-05-01", "1960-05-01", "\"1960-05-01\""},
+        {{BIGDATETIME, ValueKind::Timestamp}, micros(-1), "1969-12-31 23:59:59.999999", "1969-12-31 23:59:59.999999",
+         "\"1969-12-31 23:59:59.999999\""},
+        // A time of day from a timestamp cell drops the day, before 1970 too.
+        {{BIGDATETIME, ValueKind::TimeOfDay}, micros(-1), "23:59:59.999999", "23:59:59.999999",
+         "\"23:59:59.999999\""},
+        {{TIME, ValueKind::Time}, micros(86399), "23:59:59", "23:59:59", "\"23:59:59\""},
+        {{LONG, ValueKind::Integer}, micros(9007199254740993), "9007199254740993", "9007199254740993",
+         "9007199254740993"},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(c.tsv, orlodbc::cellOutput(c.plan, c.value, orlodbc::OutputFormat::Tsv)) << c.tsv;
+        EXPECT_EQ(c.csv, orlodbc::cellOutput(c.plan, c.value, orlodbc::OutputFormat::Csv)) << c.tsv;
+        EXPECT_EQ(c.json, orlodbc::cellOutput(c.plan, c.value, orlodbc::OutputFormat::Json)) << c.tsv;
+    }
+    const char* spellings[][2] = {{"1", "1"}, {"-1", "1"}, {"t", "1"}, {"TRUE", "1"}, {"0", "0"},
+                                  {"f", "0"}, {"False", "0"}, {"", "-1"}, {"yes", "-1"}, {"2", "-1"}};
+    for (auto& s : spellings) EXPECT_EQ(std::atoi(s[1]), orlodbc::booleanFromText(s[0])) << s[0];
 }
 
 TEST(CopyProgress, LineWithAndWithoutATotal) {
