@@ -235,10 +235,8 @@ ColumnPlan planColumn(DbKind source, const ColumnType& src, unsigned int word, D
 
     // Whether every value of the source column has a place in the target's.
     if (isInteger(src.kind)) {
-        if (isInteger(dst.kind) && integerBits(dst.kind) < integerBits(src.kind))
-            p.loss = "a " + num(integerBits(dst.kind)) + "-bit integer can't hold the " +
-                     num(integerBits(src.kind)) + "-bit source";
-        else if (isFloat(dst.kind) && integerBits(src.kind) > (dst.kind == Kind::Float32 ? 24 : 53))
+        // A narrower integer is judged by the values (valueCheck): SQLite's declared names say nothing of them.
+        if (isFloat(dst.kind) && integerBits(src.kind) > (dst.kind == Kind::Float32 ? 24 : 53))
             p.loss = "a floating-point target rounds large integers";
         else if (dst.kind == Kind::Decimal && dst.size != 0 && dst.size - dst.scale < 19 && integerBits(src.kind) == 64)
             p.loss = decimalText(dst) + " can't hold every 64-bit integer";
@@ -292,6 +290,12 @@ ValueCheck valueCheck(const Dialect& source, const std::string& name, const Colu
             return {q + " IN ('NaN', 'Infinity', '-Infinity')", "NaN or infinities, which MariaDB refuses (written as NULL)", true};
         if (target == DbKind::MariaDB && source.kind == DbKind::SQLite)
             return {q + " IN (9e999, -9e999)", "infinities, which MariaDB refuses (written as NULL)", true};
+    }
+    if (isInteger(src.kind) && isInteger(dst.kind) && integerBits(dst.kind) < integerBits(src.kind)) {
+        const int bits = integerBits(dst.kind);
+        const std::string low = "-" + std::to_string(1ULL << (bits - 1)), high = std::to_string((1ULL << (bits - 1)) - 1);
+        return {q + " NOT BETWEEN " + low + " AND " + high,
+                "integers beyond the target's " + num(bits) + " bits (written as NULL)", true};
     }
     if (pg && src.kind == Kind::Decimal && src.size == 0 && dst.kind == Kind::Decimal && dst.size != 0) {
         std::string cond = "(" + q + " = 'NaN' OR scale(" + q + ") > " + num(dst.scale) + " OR abs(" + q +
