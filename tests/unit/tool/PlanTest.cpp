@@ -118,6 +118,7 @@ TEST(Plan, ReadsAndLosses) {
     } cases[] = {
         {SL, "INTEGER", INTEGER, PG, "bigint", Read::Text, false},  // described as 32-bit
         {SL, "BIGINT", LONG, PG, "bigint", Read::AsIs, false},
+        {PG, "double precision", FLOAT, MA, "double", Read::AsIs, false},
         {PG, "numeric", decimalWord(28, 6), PG, "numeric", Read::Text, false},
         {PG, "numeric(38,10)", decimalWord(38, 10), MA, "decimal(38,10)", Read::Text, false},
         {PG, "numeric(18,2)", decimalWord(18, 2), MA, "decimal(18,2)", Read::AsIs, false},
