@@ -9,6 +9,7 @@
 
 #include "datatypes/DataTypes.h"
 #include "tools/orlodbc/CopyJob.h"
+#include "tools/orlodbc/CopyPlan.h"
 #include "tools/orlodbc/Dialect.h"
 #include "tools/orlodbc/Links.h"
 #include "tools/orlodbc/Progress.h"
@@ -179,10 +180,38 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
     if (o.query.empty()) wholeNames(host, fromService, fromTable, shape);
     const int named = checkTargetNames(toDialect, toTable, shape, err);
     if (named != 0) return named;
-    // A table's columns are named in the SELECT, so that its text is ours alone.
-    const std::string wholeSql =
-        o.query.empty() ? "SELECT " + quoteNames(fromDialect, shape.names) + " FROM " + fromName : o.query;
     const std::string source = o.query.empty() ? fromName : "(" + o.query + ") orl_source";
+    CopyPlan plan;
+    {
+        CopyPlanInput in;
+        in.from = &fromDialect;
+        in.to = &toDialect;
+        in.fromTable = o.query.empty() ? &fromTable : nullptr;
+        in.toTable = &toTable;
+        in.source = source;
+        in.shape = &shape;
+        in.create = o.create;
+        in.allowLossy = o.allowLossy;
+        const int planned = planCopy(host, fromService, toService, probe, in, plan, err);
+        if (planned != 0) return planned;
+    }
+    // A table's columns are named in the SELECT, so that its text is ours alone.
+    const std::string plainSql =
+        o.query.empty() ? "SELECT " + quoteNames(fromDialect, shape.names) + " FROM " + fromName : o.query;
+    std::string items;
+    for (const std::string& item : plan.items) items += (items.empty() ? "" : ", ") + item;
+    const std::string selectList = o.query.empty() || plan.recast ? items : std::string("*");
+    const std::string wholeSql = plan.recast ? "SELECT " + items + " FROM " + source : plainSql;
+    // Columns read another way come with the type words of their new reading.
+    Shape planned = shape;
+    if (plan.recast) {
+        Statement st(probe, probe.connection()->createPreparedStatement(wholeSql.c_str(), probe.error()));
+        if (st.get() == nullptr || !shapeOf(probe, st.get(), planned)) {
+            if (st.get() == nullptr) probe.failRecord();
+            err << "orlodbc: " << probe.why() << std::endl;
+            return 1;
+        }
+    }
 
     std::string splitKey;
     if (!o.splitBy.empty() && o.jobs > 1) {
@@ -205,7 +234,7 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
             err << "orlodbc: target: " << why << std::endl;
             return 1;
         }
-        const int created = createTarget(target, toDialect, toTable, shape, o.dropExisting, err);
+        const int created = createTarget(target, toDialect, toTable, shape, o.dropExisting, err, plan.createSql);
         if (created != 0) return created;
     }
 
@@ -244,12 +273,10 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
     for (size_t i = 0; i < jobs; ++i) {
         JobPlan& p = plans[i];
         p.selectSql = conditions[i].empty() ? wholeSql
-                                            : "SELECT " + (o.query.empty() ? quoteNames(fromDialect, shape.names)
-                                                                           : std::string("*")) +
-                                                  " FROM " + source + " WHERE " + conditions[i];
+                                            : "SELECT " + selectList + " FROM " + source + " WHERE " + conditions[i];
         p.insertSql = insertSql;
         p.range = jobs > 1 ? " of job " + std::to_string(i + 1) + " (" + conditions[i] + ")" : "";
-        p.shape = &shape;
+        p.shape = &planned;
         p.batch = o.batch < 1 ? 1 : o.batch;
         p.commitEvery = o.commitEvery;
         // Every connection is made here, on one thread; each job then owns its pair.
@@ -304,7 +331,7 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
     if (!o.verify) return 0;
 
     const std::string targetSql = "SELECT " + quoteNames(toDialect, shape.names) + " FROM " + targetName;
-    return verifyCopy(host, fromService, wholeSql, toService, targetSql, shape, out, err);
+    return verifyCopy(host, fromService, plainSql, toService, targetSql, shape, out, err);
 }
 
 } // namespace orlodbc

@@ -21,6 +21,7 @@ struct CopyOptions {
     int jobs = 1;
     std::string splitBy;   // name of the integer key column that divides the work of the jobs
     bool verify = false;
+    bool allowLossy = false;  // copy even where the target changes values, telling which
     bool progress = false;  // draw the progress line on standard error
 };
 

@@ -75,6 +75,18 @@ std::string createTableSql(const Dialect& d, const TableName& table, const std::
     return sql + ")";
 }
 
+std::string createTableSql(const Dialect& d, const TableName& table, const std::vector<SourceColumn>& columns,
+                           const std::vector<std::string>& typeNames) {
+    std::string sql = "CREATE TABLE " + quoteTable(d, table) + " (", key;
+    for (size_t j = 0; j < columns.size(); ++j) {
+        sql += (j ? ", " : "") + quoteName(d, columns[j].name) + " " + typeNames[j];
+        if (columns[j].notNull || columns[j].key) sql += " NOT NULL";
+        if (columns[j].key) key += (key.empty() ? "" : ", ") + quoteName(d, columns[j].name);
+    }
+    if (!key.empty()) sql += ", PRIMARY KEY (" + key + ")";
+    return sql + ")";
+}
+
 bool driverCreates(const Dialect& d, const TableName& table, const std::vector<std::string>& names) {
     if (d.kind != DbKind::Other || d.quote != "\"") return false;
     if (!plainName(table.table) || (!table.schema.empty() && !plainName(table.schema))) return false;

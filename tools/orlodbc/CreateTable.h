@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "tools/orlodbc/Dialect.h"
+#include "tools/orlodbc/Plan.h"
 
 namespace orlodbc {
 
@@ -14,6 +15,11 @@ namespace orlodbc {
 // the names its own table creation would write.
 std::string createTableSql(const Dialect& d, const TableName& table, const std::vector<std::string>& names,
                            const std::vector<unsigned int>& types);
+
+// The CREATE TABLE of a table described column by column: the given type
+// names, NOT NULL where the source has it, and the source's primary key.
+std::string createTableSql(const Dialect& d, const TableName& table, const std::vector<SourceColumn>& columns,
+                           const std::vector<std::string>& typeNames);
 
 // Whether the driver's own table creation can make the table: it writes
 // names between double quotes as they stand, so only plain names may go

@@ -165,6 +165,8 @@ int main(int argc, char** argv) {
         ->check(CLI::Range(1, 64))
         ->capture_default_str();
     copyCmd->add_option("--split-by", copy.splitBy, "integer key column that divides the rows among the jobs");
+    copyCmd->add_flag("--allow-lossy", copy.allowLossy,
+                      "copy even where the target can't hold the source's values exactly, telling which");
     copyCmd->add_flag("--verify", copy.verify, "read both sides back and compare row counts and checksums");
     std::string progress = "auto";
     copyCmd->add_option("--progress", progress, "progress line on standard error: auto (on a terminal), always, never")

@@ -1,0 +1,308 @@
+#include "tools/orlodbc/Plan.h"
+
+#include <cstdlib>
+
+#include "datatypes/TypeEnum.h"
+
+using namespace DataTypes;
+
+namespace orlodbc {
+
+namespace {
+
+std::string lower(const std::string& s) {
+    std::string out;
+    for (char c : s) out += static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
+    return out;
+}
+
+std::string trim(const std::string& s) {
+    const size_t b = s.find_first_not_of(' ');
+    if (b == std::string::npos) return "";
+    return s.substr(b, s.find_last_not_of(' ') - b + 1);
+}
+
+bool has(const std::string& text, const char* word) { return text.find(word) != std::string::npos; }
+
+ColumnType make(Kind kind, int size = 0, int scale = 0) {
+    ColumnType t;
+    t.kind = kind;
+    t.size = size;
+    t.scale = scale;
+    return t;
+}
+
+bool isInteger(Kind k) { return k == Kind::Int8 || k == Kind::Int16 || k == Kind::Int32 || k == Kind::Int64; }
+bool isFloat(Kind k) { return k == Kind::Float32 || k == Kind::Float64; }
+bool isText(Kind k) { return k == Kind::Char || k == Kind::Varchar || k == Kind::Text; }
+bool isBinary(Kind k) { return k == Kind::Binary || k == Kind::Varbinary || k == Kind::Blob; }
+
+int integerBits(Kind k) {
+    switch (k) {
+    case Kind::Int8: return 8;
+    case Kind::Int16: return 16;
+    case Kind::Int32: return 32;
+    default: return 64;
+    }
+}
+
+// A length, 0 standing for unbounded: whether `have` holds every text of `need`.
+bool holdsLength(int have, int need) { return have == 0 || (need != 0 && have >= need); }
+
+std::string num(int n) { return std::to_string(n); }
+
+std::string decimalText(const ColumnType& t) {
+    return t.size == 0 ? "an unbounded decimal" : "decimal(" + num(t.size) + "," + num(t.scale) + ")";
+}
+
+} // namespace
+
+ColumnType parseDeclared(DbKind db, const std::string& declared) {
+    const std::string text = lower(trim(declared));
+    const size_t open = text.find('(');
+    const std::string base = trim(text.substr(0, open));
+    int a = 0, b = 0;
+    bool args = false;
+    if (open != std::string::npos) {
+        args = true;
+        a = std::atoi(text.c_str() + open + 1);
+        const size_t comma = text.find(',', open);
+        const size_t close = text.find(')', open);
+        if (comma != std::string::npos && comma < close) b = std::atoi(text.c_str() + comma + 1);
+    }
+    const std::string rest = open == std::string::npos ? "" : text.substr(text.find(')', open) + 1);
+    const bool unsignedInt = has(rest, "unsigned") || has(base, "unsigned");
+    ColumnType t;
+    const bool lite = db == DbKind::SQLite;
+
+    if (base == "tinyint" || base == "smallint" || base == "int2" || base == "mediumint" || base == "int" ||
+        base == "integer" || base == "int4" || base == "bigint" || base == "int8" || (lite && has(base, "int"))) {
+        if (lite) t = make(Kind::Int64);
+        else if (base == "bigint" || base == "int8") t = unsignedInt ? make(Kind::Decimal, 20, 0) : make(Kind::Int64);
+        else if (base == "int" || base == "integer" || base == "int4") t = make(unsignedInt ? Kind::Int64 : Kind::Int32);
+        else if (base == "mediumint") t = make(Kind::Int32);
+        else if (base == "tinyint" && db == DbKind::MariaDB && a == 1) t = make(Kind::Boolean);
+        else if (base == "tinyint") t = make(unsignedInt ? Kind::Int16 : Kind::Int8);
+        else t = make(unsignedInt ? Kind::Int32 : Kind::Int16);
+    } else if (base == "real" || base == "float4") {
+        t = make(lite ? Kind::Float64 : Kind::Float32);
+    } else if (base == "float") {
+        // A bare FLOAT is single precision in MariaDB only.
+        t = make(db == DbKind::MariaDB && (!args || a <= 24) ? Kind::Float32 : Kind::Float64);
+    } else if (base == "double" || base == "double precision" || base == "float8" || (lite && (has(base, "floa") ||
+               has(base, "doub") || has(base, "real")))) {
+        t = make(Kind::Float64);
+    } else if (base == "numeric" || base == "decimal" || base == "dec" || base == "fixed") {
+        // Without a precision PostgreSQL keeps any decimal, MariaDB decimal(10,0).
+        t = args ? make(Kind::Decimal, a, b) : db == DbKind::MariaDB ? make(Kind::Decimal, 10, 0) : make(Kind::Decimal);
+    } else if (base == "char" || base == "character" || base == "nchar" || base == "bpchar") {
+        t = make(Kind::Char, args ? a : 1);
+    } else if (base == "varchar" || base == "character varying" || base == "nvarchar" || base == "varchar2") {
+        t = args ? make(Kind::Varchar, a) : make(Kind::Text);
+    } else if (base == "tinytext") {
+        t = make(Kind::Varchar, 255);
+    } else if (base == "text" || base == "mediumtext" || base == "longtext" || base == "clob" ||
+               (lite && (has(base, "char") || has(base, "clob") || has(base, "text")))) {
+        t = make(Kind::Text);
+    } else if (base == "binary") {
+        t = make(Kind::Binary, args ? a : 1);
+    } else if (base == "varbinary") {
+        t = make(Kind::Varbinary, a);
+    } else if (base == "bytea" || base == "blob" || base == "longblob" || base == "mediumblob" ||
+               base == "tinyblob" || (lite && base.empty())) {
+        t = make(Kind::Blob);
+    } else if (base == "date") {
+        t = make(Kind::Date);
+    } else if (base == "time" || base == "time without time zone") {
+        // PostgreSQL keeps microseconds unless told fewer, MariaDB whole seconds.
+        t = make(Kind::Time, args ? a : db == DbKind::MariaDB ? 0 : 6);
+    } else if (base == "timestamp" || base == "datetime" || base == "timestamp without time zone") {
+        t = make(Kind::Timestamp, args ? a : db == DbKind::MariaDB ? 0 : 6);
+    } else if (base == "boolean" || base == "bool") {
+        t = make(Kind::Boolean);
+    } else if (lite) {
+        // Any other name has SQLite's numeric affinity: integers or doubles.
+        t = make(Kind::Float64);
+    }
+    t.declared = declared;
+    return t;
+}
+
+ColumnType fromTypeWord(unsigned int word) {
+    switch (typeOf(word)) {
+    case INT16: return make(Kind::Int16);
+    case INTEGER: return make(Kind::Int32);
+    case LONG:
+    case INTERVAL: return make(Kind::Int64);
+    case FLOAT: return make(Kind::Float64);
+    case DATE: return make(Kind::Date);
+    case STRING: return make(Kind::Text);
+    case TIMESTAMP: return make(Kind::Timestamp, 3);
+    case BIGDATETIME: return make(Kind::Timestamp, 6);
+    case BOOLEAN: return make(Kind::Boolean);
+    case BINARY: return make(Kind::Blob);
+    case TIME: return make(Kind::Time, 0);
+    case FIXEDDECIMAL:
+        return precisionOf(word) == 0 ? make(Kind::Decimal, 38, 10)
+                                      : make(Kind::Decimal, static_cast<int>(precisionOf(word)),
+                                             static_cast<int>(scaleOf(word)));
+    default:
+        if (typeOf(word) >= MONEY_1 && typeOf(word) <= MONEY_15)
+            return make(Kind::Decimal, 19, static_cast<int>(typeOf(word) - MONEY_1 + 1));
+        if (typeOf(word) == MONEY) return make(Kind::Decimal, 19, 4);
+        return make(Kind::Other);
+    }
+}
+
+TargetType targetType(DbKind target, const ColumnType& t) {
+    const bool pg = target == DbKind::PostgreSQL, maria = target == DbKind::MariaDB;
+    const std::string n = num(t.size);
+    switch (t.kind) {
+    case Kind::Int8:
+        if (pg) return {"smallint", "PostgreSQL has no 8-bit integer"};
+        return {maria ? "tinyint" : "TINYINT", ""};
+    case Kind::Int16: return {pg || maria ? "smallint" : "SMALLINT", ""};
+    case Kind::Int32: return {pg ? "integer" : maria ? "int" : "INTEGER", ""};
+    case Kind::Int64: return {pg || maria ? "bigint" : "BIGINT", ""};
+    case Kind::Float32: return {pg ? "real" : maria ? "float" : "REAL", ""};
+    case Kind::Float64: return {pg ? "double precision" : maria ? "double" : "DOUBLE", ""};
+    case Kind::Decimal: {
+        const std::string exact = "numeric(" + n + "," + num(t.scale) + ")";
+        if (pg) return {t.size == 0 ? "numeric" : exact, ""};
+        if (maria) {
+            if (t.size == 0) return {"decimal(65,30)", "MariaDB has no unbounded decimal"};
+            if (t.size > 65 || t.scale > 30)
+                return {"decimal(65,30)", "MariaDB decimals stop at 65 digits, 30 after the point"};
+            return {"decimal(" + n + "," + num(t.scale) + ")", ""};
+        }
+        // SQLite keeps a NUMERIC as a double, exact to 15 digits: wider ones are kept as text.
+        if (target == DbKind::SQLite && (t.size == 0 || t.size > 15))
+            return {"TEXT", "SQLite keeps decimals of more than 15 digits only as text"};
+        return {t.size == 0 ? "NUMERIC" : "NUMERIC(" + n + "," + num(t.scale) + ")", ""};
+    }
+    case Kind::Char:
+        if (maria && t.size > 255) return {"varchar(" + n + ")", "MariaDB's char stops at 255 characters"};
+        return {(pg || maria ? "char(" : "CHAR(") + n + ")", ""};
+    case Kind::Varchar:
+        // MariaDB counts a row's varchars against 64 KB, at 4 bytes a character.
+        if (maria && t.size > 2000) return {"longtext", "a MariaDB row holds no varchar that long"};
+        return {(pg || maria ? "varchar(" : "VARCHAR(") + n + ")", ""};
+    case Kind::Text: return {pg ? "text" : maria ? "longtext" : "TEXT", ""};
+    case Kind::Binary:
+        if (pg) return {"bytea", "PostgreSQL's binaries have no length"};
+        if (maria) return {t.size > 255 ? "varbinary(" + n + ")" : "binary(" + n + ")", ""};
+        // The SQLite driver reads a column declared BINARY as text.
+        return {"VARBINARY(" + n + ")", "SQLite's driver knows binaries by VARBINARY only"};
+    case Kind::Varbinary:
+        if (pg) return {"bytea", "PostgreSQL's binaries have no length"};
+        if (maria && t.size > 8000) return {"longblob", "a MariaDB row holds no varbinary that long"};
+        return {(maria ? "varbinary(" : "VARBINARY(") + n + ")", ""};
+    case Kind::Blob: return {pg ? "bytea" : maria ? "longblob" : "BLOB", ""};
+    case Kind::Date: return {pg || maria ? "date" : "DATE", ""};
+    case Kind::Time: return {pg || maria ? "time(" + n + ")" : "TIME", ""};
+    case Kind::Timestamp: return {pg ? "timestamp(" + n + ")" : maria ? "datetime(" + n + ")" : "TIMESTAMP", ""};
+    case Kind::Boolean: return {pg ? "boolean" : "BOOLEAN", ""};
+    case Kind::Other: break;
+    }
+    return {pg || maria ? "text" : "TEXT", "a type with no counterpart, kept as text"};
+}
+
+ColumnPlan planColumn(DbKind source, const ColumnType& src, unsigned int word, DbKind target,
+                      const ColumnType& dst) {
+    ColumnPlan p;
+    const unsigned int code = typeOf(word);
+    // How the driver would read it, and whether that is narrower than what is kept.
+    if (isInteger(src.kind) && code == INTEGER && integerBits(src.kind) > 32) {
+        p.read = Read::Text;
+        p.why = "the source's driver describes it as a 32-bit integer";
+    } else if (src.kind == Kind::Decimal && source != DbKind::SQLite && code == FIXEDDECIMAL &&
+               (src.size == 0 || static_cast<int>(precisionOf(word)) != src.size ||
+                static_cast<int>(scaleOf(word)) != src.scale || src.size + 2 >= 32)) {
+        // Read by the driver's described precision and scale, and as a text of at most 31 characters.
+        p.read = Read::Text;
+        p.why = src.size == 0 ? "the source's driver describes an unbounded decimal with 6 decimals"
+                              : "the driver reads decimals of more than 29 digits only as text";
+    } else if (src.kind == Kind::Time && src.size > 0 && code == TIME) {
+        p.read = Read::Text;
+        p.why = "the driver reads times in whole seconds";
+    } else if (src.kind == Kind::Date && target == DbKind::SQLite && source != DbKind::SQLite) {
+        p.read = Read::Text;
+        p.why = "SQLite's driver writes dates with a time of day";
+    } else if (src.kind == Kind::Timestamp && src.size > 3 && target == DbKind::SQLite) {
+        p.read = Read::Text;
+        p.why = "SQLite's driver writes timestamps to the millisecond";
+    }
+
+    // Whether every value of the source column has a place in the target's.
+    if (isInteger(src.kind)) {
+        // A narrower integer is judged by the values (valueCheck): SQLite's declared names say nothing of them.
+        if (isFloat(dst.kind) && integerBits(src.kind) > (dst.kind == Kind::Float32 ? 24 : 53))
+            p.loss = "a floating-point target rounds large integers";
+        else if (dst.kind == Kind::Decimal && dst.size != 0 && dst.size - dst.scale < 19 && integerBits(src.kind) == 64)
+            p.loss = decimalText(dst) + " can't hold every 64-bit integer";
+    } else if (src.kind == Kind::Decimal) {
+        if (dst.kind == Kind::Decimal && target == DbKind::SQLite && (dst.size == 0 || dst.size > 15) &&
+            (src.size == 0 || src.size > 15))
+            p.loss = "SQLite keeps " + decimalText(dst) + " as a double of 15 digits";
+        else if (dst.kind == Kind::Decimal && dst.size != 0 && src.size != 0 &&
+                 (dst.scale < src.scale || dst.size - dst.scale < src.size - src.scale))
+            p.loss = decimalText(dst) + " can't hold " + decimalText(src);
+        else if (isFloat(dst.kind) && source != DbKind::SQLite)
+            p.loss = "a floating-point target rounds decimals";
+        else if (isInteger(dst.kind) && src.scale > 0)
+            p.loss = "an integer target drops the fraction";
+    } else if (src.kind == Kind::Float64 && dst.kind == Kind::Float32) {
+        p.loss = "a single-precision target rounds doubles";
+    } else if (isText(src.kind) && isText(dst.kind) && !holdsLength(dst.size, src.size)) {
+        p.loss = "a text of " + num(dst.size) + " characters can't hold " +
+                 (src.size == 0 ? std::string("unbounded texts") : "texts of " + num(src.size));
+    } else if (isBinary(src.kind) && isBinary(dst.kind) && !holdsLength(dst.size, src.size)) {
+        p.loss = "a binary of " + num(dst.size) + " bytes can't hold " +
+                 (src.size == 0 ? std::string("unbounded binaries") : "binaries of " + num(src.size));
+    } else if ((src.kind == Kind::Time || src.kind == Kind::Timestamp) && dst.kind == src.kind &&
+               target != DbKind::SQLite && dst.size < src.size) {
+        p.loss = "the target keeps " + num(dst.size) + " fraction digits of the source's " + num(src.size);
+    } else if (src.kind == Kind::Timestamp && dst.kind == Kind::Date) {
+        p.loss = "a date drops the time of day";
+    }
+    return p;
+}
+
+std::string readItem(const Dialect& source, const std::string& name, Read read) {
+    const std::string q = quoteName(source, name);
+    if (read == Read::AsIs) return q;
+    const char* text = source.kind == DbKind::MariaDB ? "CHAR" : source.kind == DbKind::Other ? "VARCHAR(4000)"
+                                                                                               : "TEXT";
+    return "CAST(" + q + " AS " + text + ") AS " + q;
+}
+
+ValueCheck valueCheck(const Dialect& source, const std::string& name, const ColumnType& src, DbKind target,
+                      const ColumnType& dst) {
+    const std::string q = quoteName(source, name);
+    const bool pg = source.kind == DbKind::PostgreSQL;
+    if (isFloat(src.kind) && isFloat(dst.kind)) {
+        if (target == DbKind::SQLite && pg)
+            return {"(" + q + " = 'NaN' OR (" + q + " = 0 AND CAST(" + q + " AS TEXT) LIKE '-%'))",
+                    "NaN or -0, which SQLite keeps as NULL and 0"};
+        if (target == DbKind::SQLite && source.kind == DbKind::MariaDB)
+            return {"(" + q + " = 0 AND CAST(" + q + " AS CHAR) LIKE '-%')", "-0, which SQLite keeps as 0"};
+        if (target == DbKind::MariaDB && pg)
+            return {q + " IN ('NaN', 'Infinity', '-Infinity')", "NaN or infinities, which MariaDB refuses (written as NULL)", true};
+        if (target == DbKind::MariaDB && source.kind == DbKind::SQLite)
+            return {q + " IN (9e999, -9e999)", "infinities, which MariaDB refuses (written as NULL)", true};
+    }
+    if (isInteger(src.kind) && isInteger(dst.kind) && integerBits(dst.kind) < integerBits(src.kind)) {
+        const int bits = integerBits(dst.kind);
+        const std::string low = "-" + std::to_string(1ULL << (bits - 1)), high = std::to_string((1ULL << (bits - 1)) - 1);
+        return {q + " NOT BETWEEN " + low + " AND " + high,
+                "integers beyond the target's " + num(bits) + " bits (written as NULL)", true};
+    }
+    if (pg && src.kind == Kind::Decimal && src.size == 0 && dst.kind == Kind::Decimal && dst.size != 0) {
+        std::string cond = "(" + q + " = 'NaN' OR scale(" + q + ") > " + num(dst.scale) + " OR abs(" + q +
+                           ") >= 1e" + num(dst.size - dst.scale) + ")";
+        return {cond, "NaN or more digits than " + decimalText(dst) + " holds (written as NULL)", true};
+    }
+    return {};
+}
+
+} // namespace orlodbc
