@@ -4,6 +4,7 @@
 #include <iosfwd>
 #include <string>
 
+#include "tools/orlodbc/Dialect.h"
 #include "tools/orlodbc/DriverHost.h"
 
 namespace orlodbc {
@@ -18,12 +19,19 @@ struct CopyOptions {
     bool dropExisting = false;
     long commitEvery = 0;  // 0: one commit at the end
     int batch = 1024;      // rows per block transfer where the driver has them
+    // Rows per multi-row INSERT statement on the target: -1 chooses by the
+    // target database, 0 or 1 sends row arrays (or single rows) only.
+    int rowsPerStatement = -1;
     int jobs = 1;
     std::string splitBy;   // name of the integer key column that divides the work of the jobs
     bool verify = false;
     bool allowLossy = false;  // copy even where the target changes values, telling which
     bool progress = false;  // draw the progress line on standard error
 };
+
+// The rows per multi-row INSERT the copy uses for a target when the user
+// didn't say: where such statements measure faster than row arrays.
+int defaultRowsPerStatement(const Dialect& target);
 
 // Returns the exit status: 0 done (and verified), 1 failed, 2 bad usage or set-up.
 // The summary goes to `out`, failures to `err`.

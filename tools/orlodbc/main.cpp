@@ -161,6 +161,11 @@ int main(int argc, char** argv) {
     copyCmd->add_option("--batch", copy.batch, "rows per block transfer where the driver has them")
         ->check(CLI::PositiveNumber)
         ->capture_default_str();
+    copyCmd
+        ->add_option("--rows-per-statement", copy.rowsPerStatement,
+                     "rows per multi-row INSERT on the target (default: 500 into PostgreSQL and SQLite, where they "
+                     "are faster than row arrays; 0 for row arrays only)")
+        ->check(CLI::Range(0, 100000));
     copyCmd->add_option("--jobs", copy.jobs, "parallel connections, each copying one key range")
         ->check(CLI::Range(1, 64))
         ->capture_default_str();

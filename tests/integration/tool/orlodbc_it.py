@@ -185,6 +185,27 @@ class Copy(unittest.TestCase):
         self.assertEqual(sums["1"], sums["4"])
         self.assertEqual(sums["1"], sums["3"])
 
+    def test_multi_row_inserts_write_what_row_arrays_write(self):
+        # 1,003 rows: two full statements of 500 and a short last one.
+        require(self, "sqlite", "pg")
+        sql("sqlite", "DROP TABLE IF EXISTS orl_tool_rows",
+            "CREATE TABLE orl_tool_rows (id INTEGER, s TEXT, b BLOB, f DOUBLE, ts TIMESTAMP)",
+            "INSERT INTO orl_tool_rows WITH RECURSIVE c(x) AS (SELECT 1 UNION ALL SELECT x + 1 FROM c WHERE x < 1003) "
+            "SELECT x, CASE WHEN x % 7 = 0 THEN NULL ELSE 'r' || x END, randomblob(x % 50), x / 3.0, "
+            "datetime(1700000000 + x, 'unixepoch') FROM c")
+        sums = {}
+        for rows, shown in (("0", "row arrays of 1024"), (None, "INSERTs of up to 500 rows"),
+                            ("7", "INSERTs of up to 7 rows")):
+            with self.subTest(rows=rows):
+                extra = ["--create", "--drop-existing", "--verify"] + (["--rows-per-statement", rows] if rows else [])
+                p = self.copy("sqlite", "pg", "orl_tool_rows", *extra)
+                self.assertIn("copied 1003 rows", p.stdout)
+                self.assertIn(shown, p.stdout)
+                sums[rows] = sql("pg", "SELECT md5(string_agg(id || ':' || coalesce(s, '-') || ':' || encode(b, 'hex') "
+                                       "|| ':' || f || ':' || ts, ',' ORDER BY id)) FROM orl_tool_rows")
+        self.assertEqual(sums["0"], sums[None])
+        self.assertEqual(sums["0"], sums["7"])
+
     def test_progress_line_on_a_terminal_only(self):
         require(self, "sqlite", "sqlite_copy")
         make_source("sqlite", "orl_tool_types")
