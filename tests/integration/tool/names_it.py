@@ -10,20 +10,10 @@ Usage: names_it.py PATH_TO_ORLODBC [unittest args]"""
 import csv
 import io
 import json
-import os
-import subprocess
-import sys
 import unittest
 
-ORLODBC = sys.argv.pop(1) if len(sys.argv) > 1 else "orlodbc"
-CI = os.environ.get("CI") == "true"
+from toolrig import DSNS, conn_args, reachable, require, run, sql
 
-DSNS = {
-    "sqlite": ("orl_sqlite", "orl", ""),
-    "sqlite_copy": ("orl_sqlite_copy", "orl", ""),
-    "pg": ("orl_pg", "orl", "orl_pw"),
-    "maria": ("orl_maria", "orl", "orl_pw"),
-}
 QUOTE = {"sqlite": '"', "sqlite_copy": '"', "pg": '"', "maria": "`"}
 SOURCES = ("sqlite", "pg", "maria")
 # SQLite into a second file: one file can't be read and written by two connections at once.
@@ -42,34 +32,6 @@ COLUMNS = [
     "/* c */ -- d",
     "Mixed Case",
 ]
-
-
-def conn_args(label, prefix=None):
-    dsn, user, password = DSNS[label]
-    if prefix is None:
-        return ["-d", dsn, "-u", user] + (["-p", password] if password else [])
-    out = ["--" + prefix, dsn, "--%s-user" % prefix, user]
-    return out + (["--%s-password" % prefix, password] if password else [])
-
-
-def run(args, expect=0):
-    p = subprocess.run([ORLODBC] + args, capture_output=True, text=True, timeout=600)
-    for report in ("AddressSanitizer", "LeakSanitizer", "ThreadSanitizer", "runtime error:"):
-        if report in p.stderr:
-            raise AssertionError("orlodbc %s: %s" % (" ".join(args), p.stderr))
-    if expect is not None and p.returncode != expect:
-        raise AssertionError("orlodbc %s -> %d (wanted %d)\nstdout: %s\nstderr: %s"
-                             % (" ".join(args), p.returncode, expect, p.stdout, p.stderr))
-    return p
-
-
-def sql(label, *statements, output=None):
-    args = ["query"] + conn_args(label)
-    for s in statements:
-        args += ["-e", s]
-    if output:
-        args += ["--output", output]
-    return run(args).stdout
 
 
 def rows(label, statement):
@@ -116,19 +78,6 @@ def make_table(label, table, columns):
             lit("v%d of %s" % (i, c[:20])) for c in columns[1:])) for i in (1, 2, 3)])
 
 
-_reachable = {}
-
-
-def require(test, *labels):
-    for label in labels:
-        if label not in _reachable:
-            _reachable[label] = run(["query"] + conn_args(label), expect=None).returncode == 0
-        if not _reachable[label]:
-            if CI:
-                test.fail(DSNS[label][0] + " unreachable")
-            test.skipTest(DSNS[label][0] + " unreachable")
-
-
 class Names(unittest.TestCase):
     def setUp(self):
         for label in DSNS:
@@ -138,7 +87,7 @@ class Names(unittest.TestCase):
 
     def tearDown(self):
         for label in DSNS:
-            if _reachable.get(label):
+            if reachable(label):
                 self.assertEqual([{"id": 7}], rows(label, "SELECT id FROM orl_sentinel"), label)
 
     def test_every_pair_keeps_the_names_and_rows(self):
