@@ -31,6 +31,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/bulk/WriteRows.h"
 #include "datatypes/DataTypes.h"
 #include "host/Connection2.h"
 #include "host/DBError.h"
@@ -325,33 +326,7 @@ void BulkRead(benchmark::State& state, const Dsn* d, int rows) {
 
 // 100,000 packed rows, made once.
 std::vector<RowInternal2*> writeRows() {
-    using namespace DataTypes;
-    static std::vector<RowInternal2*> rows;
-    if (!rows.empty()) return rows;
-    const unsigned int words[] = {INTEGER, FLOAT, STRING, BIGDATETIME, createFixedDecimal(12, 2)};
-    for (int k = 0; k < kWriteRows; ++k) {
-        char text[24], decimal[24];
-        std::snprintf(text, sizeof text, "%020d", k);
-        std::snprintf(decimal, sizeof decimal, "%d.%02d", k, k % 100);
-        DataValue v[5];
-        v[0].int32Value = k;
-        v[1].doubleValue = k * 0.5;
-        v[2].stringValue = text;
-        v[3].int64Value = (1704067200LL + k) * 1000000;
-        const char* problem = nullptr;
-        convertFromString(words[4], decimal, v[4], problem, nullptr, nullptr, nullptr, nullptr);
-        size_t size = 56 + 4 * 5;
-        for (int j = 0; j < 5; ++j) size += getPackedSize(words[j], v[j]);
-        unsigned char* block = static_cast<unsigned char*>(std::calloc(1, size));
-        int32_t offset = 56 + 4 * 5;
-        for (int j = 0; j <= 5; ++j) {
-            std::memcpy(block + 48 + 4 * j, &offset, 4);
-            if (j < 5) offset += static_cast<int32_t>(packValue(words[j], v[j], block + offset, size - offset));
-        }
-        const uint32_t header[4] = {static_cast<uint32_t>(size), 1, 0, 5};
-        std::memcpy(block, header, sizeof header);
-        rows.push_back(reinterpret_cast<RowInternal2*>(block));
-    }
+    static const std::vector<RowInternal2*> rows = packedWriteRows(kWriteRows);
     return rows;
 }
 
