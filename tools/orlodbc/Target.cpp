@@ -3,6 +3,7 @@
 #include <ostream>
 #include <vector>
 
+#include "host/ResultSet.h"
 #include "tools/orlodbc/CreateTable.h"
 
 using namespace KORVEL::Orl;
@@ -32,6 +33,87 @@ int createTarget(ClassicLink& target, const Dialect& d, const TableName& table, 
         return 1;
     }
     return 0;
+}
+
+bool tableExists(ClassicLink& target, const Dialect& d, const TableName& table) {
+    std::vector<Parameter> none;
+    ResultSet* rs = nullptr;
+    const bool found = target.get()->executeQuery("SELECT 1 FROM " + quoteTable(d, table) + " WHERE 1 = 0", none, 0,
+                                                  rs) == 1 && rs != nullptr;
+    // PostgreSQL refuses the rest of a transaction after a failed statement.
+    target.get()->rollback();
+    return found;
+}
+
+TableName freshName(const TableName& table, long id) {
+    TableName t;
+    t.schema = table.schema;
+    t.table = "orl_new_" + std::to_string(id);
+    return t;
+}
+
+std::vector<std::string> swapSql(const Dialect& d, const TableName& fresh, const TableName& table, long id) {
+    const std::string name = quoteName(d, table.table);
+    switch (d.kind) {
+    case DbKind::MariaDB: {
+        TableName old = table;
+        old.table = "orl_old_" + std::to_string(id);
+        // Both renames happen at once: no session sees the name missing.
+        return {"RENAME TABLE " + quoteTable(d, table) + " TO " + quoteTable(d, old) + ", " + quoteTable(d, fresh) +
+                    " TO " + quoteTable(d, table),
+                "DROP TABLE " + quoteTable(d, old)};
+    }
+    case DbKind::PostgreSQL: {
+        std::vector<std::string> sql = {"DROP TABLE " + quoteTable(d, table),
+                                        "ALTER TABLE " + quoteTable(d, fresh) + " RENAME TO " + name};
+        // The key's index keeps the fresh table's name unless told; the name it would have had fits 63 bytes.
+        if (table.table.size() + 5 <= 63) {
+            TableName index = fresh;
+            index.table = fresh.table + "_pkey";
+            sql.push_back("ALTER INDEX IF EXISTS " + quoteTable(d, index) + " RENAME TO " +
+                          quoteName(d, table.table + "_pkey"));
+        }
+        return sql;
+    }
+    default:
+        return {"DROP TABLE " + quoteTable(d, table), "ALTER TABLE " + quoteTable(d, fresh) + " RENAME TO " + name};
+    }
+}
+
+int swapIn(ClassicLink& target, const Dialect& d, const TableName& fresh, const TableName& table, long id,
+           std::ostream& err) {
+    Connection* c = target.get();
+    std::vector<Parameter> none;
+    int count = 0;
+    const std::vector<std::string> sql = swapSql(d, fresh, table, id);
+    for (size_t i = 0; i < sql.size(); ++i) {
+        if (c->executeUpdate(sql[i], none, count) == 1) continue;
+        std::string why;
+        target.failed(why);
+        c->rollback();
+        if (d.kind == DbKind::MariaDB && i > 0) {
+            err << "orlodbc: target: " << shownName(table) << " holds the new rows, but the old table, renamed to "
+                << "orl_old_" << id << ", could not be dropped: " << why << std::endl;
+            return 1;
+        }
+        err << "orlodbc: target: cannot put the new rows in place of " << shownName(table) << ": " << why << std::endl;
+        return 1;
+    }
+    if (c->commit() != 1) {
+        std::string why;
+        target.failed(why);
+        err << "orlodbc: target: cannot put the new rows in place of " << shownName(table) << ": " << why << std::endl;
+        return 1;
+    }
+    return 0;
+}
+
+bool dropFresh(ClassicLink& target, const Dialect& d, const TableName& fresh) {
+    Connection* c = target.get();
+    c->rollback();
+    std::vector<Parameter> none;
+    int count = 0;
+    return c->executeUpdate("DROP TABLE " + quoteTable(d, fresh), none, count) == 1 && c->commit() == 1;
 }
 
 } // namespace orlodbc

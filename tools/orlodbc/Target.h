@@ -2,6 +2,7 @@
 #pragma once
 #include <iosfwd>
 #include <string>
+#include <vector>
 
 #include "tools/orlodbc/Dialect.h"
 #include "tools/orlodbc/Links.h"
@@ -14,5 +15,27 @@ namespace orlodbc {
 // With `sql` (a planned CREATE TABLE) that text makes it, else the shape's type words.
 int createTarget(ClassicLink& target, const Dialect& d, const TableName& table, const Shape& shape,
                  bool dropExisting, std::ostream& err, const std::string& sql = std::string());
+
+// --drop-existing without a gap: the rows go into a fresh table beside the
+// old one, which gives way to it only when the copy is whole.
+
+// Whether the target has a table of that name; the connection is left with nothing open.
+bool tableExists(ClassicLink& target, const Dialect& d, const TableName& table);
+
+// The name of the fresh table beside `table`, in its schema: one no other copy running now uses.
+TableName freshName(const TableName& table, long id);
+
+// The fresh table takes the old one's name, in one step where the database
+// has one (see swapSql). 0, or 1 with the failure on `err`; the old table
+// stays as it was when the first step fails.
+int swapIn(ClassicLink& target, const Dialect& d, const TableName& fresh, const TableName& table, long id,
+           std::ostream& err);
+
+// The statements of the swap, in order; all but MariaDB's run in one
+// transaction, MariaDB's first is its atomic RENAME TABLE of both names.
+std::vector<std::string> swapSql(const Dialect& d, const TableName& fresh, const TableName& table, long id);
+
+// Drops the fresh table after a failure; false when even that failed.
+bool dropFresh(ClassicLink& target, const Dialect& d, const TableName& fresh);
 
 } // namespace orlodbc
