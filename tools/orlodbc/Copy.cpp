@@ -269,14 +269,16 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
             err << "orlodbc: --split-by " << shownName(o.splitBy) << ": the source has no such column" << std::endl;
             return 2;
         }
-        if (!splittable(shape.types[k])) {
+        // SQLite's driver reads a NUMERIC column as a double; its catalog knows it as a decimal.
+        const bool decimalKey = static_cast<size_t>(k) < plan.columns.size() && plan.columns[k].type.kind == Kind::Decimal;
+        if (!splittable(shape.types[k]) && !decimalKey) {
             err << "orlodbc: --split-by " << shownName(shape.names[k]) << ": the jobs divide the rows by ranges of "
                 << "an integer or decimal key, and this column is " << typeToString(shape.types[k])
                 << "; nothing was written" << std::endl;
             return 2;
         }
         splitKey = quoteName(fromDialect, shape.names[k]);
-        splitInteger = integerKey(shape.types[k]);
+        splitInteger = integerKey(shape.types[k]) && !decimalKey;
     }
 
     if (o.create) {
