@@ -1,5 +1,6 @@
 #include "tools/orlodbc/Fingerprint.h"
 
+#include <cerrno>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -296,11 +297,26 @@ std::string decimal128(unsigned __int128 v) {
 
 bool parse128(const std::string& text, unsigned __int128& v) {
     v = 0;
-    if (text.empty()) return false;
-    for (char c : text) {
+    const bool minus = !text.empty() && text[0] == '-';
+    if (text.size() == (minus ? 1u : 0u)) return false;
+    for (size_t i = minus ? 1 : 0; i < text.size(); ++i) {
+        const char c = text[i];
         if (c < '0' || c > '9') return false;
         v = v * 10 + static_cast<unsigned>(c - '0');
     }
+    if (minus) v = ~v + 1;
+    return true;
+}
+
+bool addInteger(ColumnPrint& c, const char* text) {
+    char* end = nullptr;
+    errno = 0;
+    const long long v = std::strtoll(text, &end, 10);
+    if (end == text || *end != '\0' || errno == ERANGE) return false;
+    c.values++;
+    c.sum += static_cast<unsigned __int128>(static_cast<__int128>(v));
+    const uint64_t u = static_cast<uint64_t>(v);
+    c.squares += u * u;
     return true;
 }
 
@@ -315,6 +331,7 @@ std::string TablePrint::text() const {
     for (const ColumnPrint& c : columns) {
         mix(std::to_string(c.values));
         mix(decimal128(c.sum));
+        mix(std::to_string(c.squares));
     }
     char buf[17];
     std::snprintf(buf, sizeof buf, "%016llx", static_cast<unsigned long long>(h));
@@ -349,7 +366,17 @@ bool printTable(ClassicLink& link, const Dialect& d, const std::string& from, co
                 rowColumns.push_back(j);
                 continue;
             }
-            const std::string e = canonicalSql(d.kind, columns[j].canon, quoteName(d, columns[j].name), columns[j].type);
+            const std::string q = quoteName(d, columns[j].name);
+            if (columns[j].canon == Canon::Integer) {
+                const std::string x = pg ? (columns[j].type.kind == Kind::Boolean
+                                                ? "CASE WHEN " + q + " THEN 1 WHEN NOT " + q + " THEN 0 END"
+                                                : "CAST(" + q + " AS numeric)")
+                                         : "CAST(" + q + " AS DECIMAL(65,0))";
+                sql += ", CAST(COUNT(" + x + ") AS " + text + "), CAST(COALESCE(SUM(" + x + "), 0) AS " + text +
+                       "), CAST(MOD(COALESCE(SUM(" + x + " * " + x + "), 0), 18446744073709551616) AS " + text + ")";
+                continue;
+            }
+            const std::string e = canonicalSql(d.kind, columns[j].canon, q, columns[j].type);
             const std::string h =
                 pg ? "CAST(CAST('x' || substr(md5(convert_to(" + e + ", 'UTF8')), 1, 15) AS bit(60)) AS bigint)"
                    : "CAST(CONV(SUBSTRING(MD5(CONVERT(" + e + " USING utf8mb4)), 1, 15), 16, 10) AS UNSIGNED)";
@@ -357,7 +384,9 @@ bool printTable(ClassicLink& link, const Dialect& d, const std::string& from, co
         }
         sql += " FROM " + from;
         bool got = false, bad = false;
-        const bool ok = eachRow(c, sql, static_cast<int>(1 + 2 * (n - rowColumns.size())),
+        int items = 1;
+        for (const PrintColumn& col : columns) items += col.canon == Canon::Float ? 0 : col.canon == Canon::Integer ? 3 : 2;
+        const bool ok = eachRow(c, sql, items,
                                 [&](const std::vector<const char*>& cells) {
                                     got = true;
                                     unsigned __int128 v = 0;
@@ -369,6 +398,11 @@ bool printTable(ClassicLink& link, const Dialect& d, const std::string& from, co
                                         bad = bad || cells[k] == nullptr || !parse128(cells[k], v);
                                         print.columns[j].values = static_cast<uint64_t>(v);
                                         bad = bad || cells[k + 1] == nullptr || !parse128(cells[k + 1], print.columns[j].sum);
+                                        if (columns[j].canon == Canon::Integer) {
+                                            bad = bad || cells[k + 2] == nullptr || !parse128(cells[k + 2], v);
+                                            print.columns[j].squares = static_cast<uint64_t>(v);
+                                            ++k;
+                                        }
                                         k += 2;
                                     }
                                 });
@@ -407,6 +441,11 @@ bool printTable(ClassicLink& link, const Dialect& d, const std::string& from, co
             if (cells[j] == nullptr) continue;
             switch (columns[j].canon) {
             case Canon::Float: addDouble(j, cells[j]); continue;
+            case Canon::Integer:
+                if (addInteger(print.columns[j], cells[j])) continue;
+                print.columns[j].squares ^= 1;  // not an integer: it can't compare equal to one
+                print.columns[j].sum += hash60(cells[j]);
+                break;
             case Canon::Text:
             case Canon::PaddedText:
             case Canon::AsText: print.columns[j].sum += hash60(unhex(cells[j])); break;

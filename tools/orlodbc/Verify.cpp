@@ -113,7 +113,7 @@ int verifyCopy(DriverHost& host, const VerifySide& from, const VerifySide& to, c
             err << "orlodbc: verify: column " << shownName(shape.names[j]) << " differs: " << pa.rows - x.values
                 << " NULLs in the source, " << pb.rows - y.values << " in the target" << std::endl;
             same = false;
-        } else if (x.sum != y.sum) {
+        } else if (x.sum != y.sum || x.squares != y.squares) {
             err << "orlodbc: verify: column " << shownName(shape.names[j]) << " differs: the values compared as "
                 << canonName(a[j].canon) << " aren't the same" << std::endl;
             same = false;

@@ -96,6 +96,17 @@ TEST(Fingerprint, SumsKeepEveryDigit) {
     EXPECT_EQ(big, decimal128(v));
     EXPECT_FALSE(parse128("12.0", v));
     EXPECT_FALSE(parse128("", v));
+    EXPECT_FALSE(parse128("-", v));
+    // Integers as the databases sum them: -3 and 3 sum to 0 and their squares to 18; the
+    // largest 64-bit integers don't overflow.
+    ColumnPrint a, b;
+    for (const char* x : {"-3", "3", "9223372036854775807", "-9223372036854775808"}) ASSERT_TRUE(addInteger(a, x));
+    ASSERT_TRUE(parse128("-1", b.sum));
+    EXPECT_EQ(b.sum, a.sum);
+    EXPECT_EQ(4u, a.values);
+    EXPECT_EQ(18u + 1u + 0u, a.squares);  // (2^63 - 1)^2 is 1 and (2^63)^2 is 0 modulo 2^64
+    EXPECT_FALSE(addInteger(a, "9223372036854775808"));
+    EXPECT_FALSE(addInteger(a, "1.5"));
 }
 
 TEST(CopySplit, ConditionsLeaveNoGapAtEitherEnd) {
