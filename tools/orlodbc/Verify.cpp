@@ -1,5 +1,7 @@
 #include "tools/orlodbc/Verify.h"
 
+#include <chrono>
+#include <cstdio>
 #include <ostream>
 #include <thread>
 
@@ -90,6 +92,7 @@ int verifyCopy(DriverHost& host, const VerifySide& from, const VerifySide& to, c
     // SQLite prints doubles exactly to about 16 digits only.
     const bool to15 = from.dialect.kind == DbKind::SQLite || to.dialect.kind == DbKind::SQLite;
 
+    const auto start = std::chrono::steady_clock::now();
     ClassicLink la(host), lb(host);
     std::string whyA, whyB;
     if (!la.open(*from.service, whyA) || !lb.open(*to.service, whyB)) {
@@ -120,7 +123,10 @@ int verifyCopy(DriverHost& host, const VerifySide& from, const VerifySide& to, c
         }
     }
     if (!same) return 1;
-    out << "verified " << pb.rows << " rows, checksum " << pb.text() << std::endl;
+    char took[32];
+    std::snprintf(took, sizeof took, "%.2f",
+                  std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
+    out << "verified " << pb.rows << " rows, checksum " << pb.text() << " in " << took << " s" << std::endl;
     for (size_t j = 0; j < n; ++j) {
         if (a[j].canon == Canon::Float && to15)
             out << "verify: column " << shownName(shape.names[j])
