@@ -3,6 +3,7 @@
 #include <ostream>
 #include <vector>
 
+#include "datatypes/TypeEnum.h"
 #include "host/ResultSet.h"
 #include "tools/orlodbc/CreateTable.h"
 
@@ -36,10 +37,39 @@ int createTarget(ClassicLink& target, const Dialect& d, const TableName& table, 
 }
 
 bool tableExists(ClassicLink& target, const Dialect& d, const TableName& table) {
-    std::vector<Parameter> none;
+    // The catalog is asked where the tool knows it, so that a missing table is no error in the log.
+    std::string sql;
+    std::vector<std::string> args;
+    switch (d.kind) {
+    case DbKind::PostgreSQL:
+        sql = "SELECT 1 WHERE to_regclass(CAST(? AS TEXT)) IS NOT NULL";
+        args.push_back(quoteTable(d, table));
+        break;
+    case DbKind::MariaDB:
+        sql = "SELECT 1 FROM information_schema.tables WHERE table_schema = " +
+              std::string(table.schema.empty() ? "DATABASE()" : "?") + " AND table_name = ?";
+        if (!table.schema.empty()) args.push_back(table.schema);
+        args.push_back(table.table);
+        break;
+    case DbKind::SQLite:
+        sql = "SELECT 1 FROM " + (table.schema.empty() ? std::string() : quoteName(d, table.schema) + ".") +
+              "sqlite_master WHERE type = 'table' AND name = ?";
+        args.push_back(table.table);
+        break;
+    case DbKind::Other: sql = "SELECT 1 FROM " + quoteTable(d, table) + " WHERE 1 = 0"; break;
+    }
+    std::vector<Parameter> params(args.size());
+    for (size_t i = 0; i < args.size(); ++i) {
+        params[i].type = DataTypes::STRING;
+        params[i].value.stringValue = const_cast<char*>(args[i].c_str());
+        params[i].value.isNull = false;
+    }
     ResultSet* rs = nullptr;
-    const bool found = target.get()->executeQuery("SELECT 1 FROM " + quoteTable(d, table) + " WHERE 1 = 0", none, 0,
-                                                  rs) == 1 && rs != nullptr;
+    bool found = target.get()->executeQuery(sql, params, 0, rs) == 1 && rs != nullptr;
+    if (found && d.kind != DbKind::Other) {
+        bool row = false;
+        found = rs->next(row) == 1 && row;
+    }
     // PostgreSQL refuses the rest of a transaction after a failed statement.
     target.get()->rollback();
     return found;

@@ -160,6 +160,20 @@ class Split(unittest.TestCase):
                 self.assertIn("an integer or decimal key", p.stderr)
                 self.assertEqual([], tables_like(dst, "orl_hv_split"))
 
+    def test_rows_that_differ_from_the_count_fail_the_copy(self):
+        # A view whose rows move on at each read: the count before the copy sees 5 of them, the copy 6.
+        require(self, "pg", "sqlite")
+        client("pg", "DROP VIEW IF EXISTS orl_hv_moving")
+        client("pg", "DROP SEQUENCE IF EXISTS orl_hv_seq")
+        client("pg", "CREATE SEQUENCE orl_hv_seq")
+        client("pg", "CREATE VIEW orl_hv_moving AS SELECT x FROM generate_series(1, 11) x "
+                     "WHERE nextval('orl_hv_seq') % 2 = 0")
+        client("sqlite", "DROP TABLE IF EXISTS orl_hv_moving")
+        p = copy("pg", "sqlite", "--table", "orl_hv_moving", "--create")
+        self.assertEqual(1, p.returncode, p.stdout + p.stderr)
+        self.assertIn("the source counted 5 rows before the copy and the 1 job copied 6", p.stderr)
+        self.assertNotIn("copied 6 rows", p.stdout)
+
 
 class Replace(unittest.TestCase):
     def make_old(self, label):
