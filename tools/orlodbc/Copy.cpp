@@ -6,7 +6,6 @@
 #include <ostream>
 #include <sstream>
 #include <thread>
-#include <unistd.h>
 
 #include "datatypes/DataTypes.h"
 #include "tools/orlodbc/CopyJob.h"
@@ -196,38 +195,12 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
     if (named != 0) return named;
     const std::string source = o.query.empty() ? fromName : "(" + o.query + ") orl_source";
     // Replacing a table: the rows go into a fresh one, and the old one stays until they are whole.
-    const long swapId = static_cast<long>(getpid());
-    const TableName fresh = freshName(toTable, swapId);
-    bool replacing = false;
-    if (o.create && o.dropExisting) {
-        ClassicLink target(host);
-        if (!target.open(toService, why)) {
-            err << "orlodbc: target: " << why << std::endl;
-            return 1;
-        }
-        replacing = tableExists(target, toDialect, toTable);
-    }
-    const TableName& writeTable = replacing ? fresh : toTable;
-    bool made = false;  // the fresh table exists
-    auto dropNew = [&] {
-        if (!made) return;
-        ClassicLink target(host);
-        if (!target.open(toService, why) || !dropFresh(target, toDialect, fresh))
-            err << "orlodbc: target: the fresh table " << shownName(fresh) << " is left behind" << std::endl;
-    };
-    auto replaceOld = [&] {
-        if (!replacing) return 0;
-        ClassicLink target(host);
-        if (!target.open(toService, why)) {
-            err << "orlodbc: target: " << why << std::endl;
-            dropNew();
-            return 1;
-        }
-        if (swapIn(target, toDialect, fresh, toTable, swapId, err) == 0) return 0;
-        err << "orlodbc: " << shownName(toTable) << " is as it was" << std::endl;
-        dropNew();
+    Replacement replacement(host, toService, toDialect, toTable, err);
+    if (!replacement.prepare(o.create && o.dropExisting, why)) {
+        err << "orlodbc: target: " << why << std::endl;
         return 1;
-    };
+    }
+    const TableName& writeTable = replacement.writeTable();
     CopyPlan plan;
     {
         CopyPlanInput in;
@@ -288,9 +261,9 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
             return 1;
         }
         const int created =
-            createTarget(target, toDialect, writeTable, shape, o.dropExisting && !replacing, err, plan.createSql);
+            createTarget(target, toDialect, writeTable, shape, o.dropExisting && !replacement.active(), err, plan.createSql);
         if (created != 0) return created;
-        made = replacing;
+        replacement.made();
     }
 
     // Work for the jobs: the whole source, or ranges of the split key.
@@ -305,7 +278,6 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
         const std::string low = splitInteger ? "MIN(" + splitKey + ")" : "CAST(MIN(" + splitKey + ") AS " + asInt + ")";
         const std::string high = splitInteger ? "MAX(" + splitKey + ")" : "CAST(MAX(" + splitKey + ") AS " + asInt + ")";
         if (!readLongs(probe, "SELECT " + low + ", " + high + " FROM " + source, v, nulls)) {
-            dropNew();
             err << "orlodbc: " << probe.why() << std::endl;
             return 1;
         }
@@ -348,7 +320,6 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
         if (!srcLinks.back()->open(fromService) || !dstLinks.back()->open(toService)) {
             err << "orlodbc: " << (srcLinks.back()->why().empty() ? dstLinks.back()->why() : srcLinks.back()->why())
                 << std::endl;
-            dropNew();
             return 1;
         }
     }
@@ -380,17 +351,14 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
         }
     }
     if (failed) {
-        if (replacing) err << "orlodbc: " << shownName(toTable) << " is as it was: the rows went into a fresh table" << std::endl;
-        else err << "orlodbc: the target keeps the " << committed << " rows committed before the failure" << std::endl;
-        dropNew();
+        if (!replacement.active())
+            err << "orlodbc: the target keeps the " << committed << " rows committed before the failure" << std::endl;
         return 1;
     }
     if (counted && rows != total) {
         err << "orlodbc: the source counted " << total << " rows before the copy and the " << jobs
             << (jobs == 1 ? " job" : " jobs") << " copied " << rows << "; the source changed during the copy"
             << (jobs > 1 ? " or the jobs' ranges missed rows" : "") << std::endl;
-        if (replacing) err << "orlodbc: " << shownName(toTable) << " is as it was" << std::endl;
-        dropNew();
         return 1;
     }
 
@@ -414,13 +382,9 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
         b.dialect = toDialect;
         b.from = targetName;
         b.readBackSql = "SELECT " + quoteNames(toDialect, shape.names) + " FROM " + targetName;
-        if (verifyCopy(host, a, b, shape, plan.columns, plan.targetTypes, out, err) != 0) {
-            if (replacing) err << "orlodbc: " << shownName(toTable) << " is as it was" << std::endl;
-            dropNew();
-            return 1;
-        }
+        if (verifyCopy(host, a, b, shape, plan.columns, plan.targetTypes, out, err) != 0) return 1;
     }
-    return replaceOld();
+    return replacement.finish();
 }
 
 } // namespace orlodbc

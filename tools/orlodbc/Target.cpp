@@ -1,6 +1,7 @@
 #include "tools/orlodbc/Target.h"
 
 #include <ostream>
+#include <unistd.h>
 #include <vector>
 
 #include "datatypes/TypeEnum.h"
@@ -124,7 +125,7 @@ int swapIn(ClassicLink& target, const Dialect& d, const TableName& fresh, const 
         if (d.kind == DbKind::MariaDB && i > 0) {
             err << "orlodbc: target: " << shownName(table) << " holds the new rows, but the old table, renamed to "
                 << "orl_old_" << id << ", could not be dropped: " << why << std::endl;
-            return 1;
+            return 2;
         }
         err << "orlodbc: target: cannot put the new rows in place of " << shownName(table) << ": " << why << std::endl;
         return 1;
@@ -144,6 +145,43 @@ bool dropFresh(ClassicLink& target, const Dialect& d, const TableName& fresh) {
     std::vector<Parameter> none;
     int count = 0;
     return c->executeUpdate("DROP TABLE " + quoteTable(d, fresh), none, count) == 1 && c->commit() == 1;
+}
+
+Replacement::Replacement(DriverHost& host, const DataService& service, const Dialect& d, const TableName& table,
+                         std::ostream& err)
+    : host_(host), service_(service), d_(d), table_(table), id_(static_cast<long>(getpid())), err_(err) {
+    fresh_ = freshName(table, id_);
+}
+
+bool Replacement::prepare(bool wanted, std::string& why) {
+    if (!wanted) return true;
+    ClassicLink target(host_);
+    if (!target.open(service_, why)) return false;
+    active_ = tableExists(target, d_, table_);
+    return true;
+}
+
+int Replacement::finish() {
+    if (!made_) return 0;
+    ClassicLink target(host_);
+    std::string why;
+    if (!target.open(service_, why)) {
+        err_ << "orlodbc: target: " << why << std::endl;
+        return 1;
+    }
+    const int swapped = swapIn(target, d_, fresh_, table_, id_, err_);
+    // 2: the new rows are in place, only the old table's drop failed.
+    if (swapped != 1) made_ = false;
+    return swapped == 0 ? 0 : 1;
+}
+
+Replacement::~Replacement() {
+    if (!made_) return;
+    err_ << "orlodbc: " << shownName(table_) << " is as it was: the rows went into a fresh table" << std::endl;
+    ClassicLink target(host_);
+    std::string why;
+    if (!target.open(service_, why) || !dropFresh(target, d_, fresh_))
+        err_ << "orlodbc: target: the fresh table " << shownName(fresh_) << " is left behind" << std::endl;
 }
 
 } // namespace orlodbc

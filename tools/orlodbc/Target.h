@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "tools/orlodbc/Dialect.h"
+#include "tools/orlodbc/DriverHost.h"
 #include "tools/orlodbc/Links.h"
 
 namespace orlodbc {
@@ -26,8 +27,9 @@ bool tableExists(ClassicLink& target, const Dialect& d, const TableName& table);
 TableName freshName(const TableName& table, long id);
 
 // The fresh table takes the old one's name, in one step where the database
-// has one (see swapSql). 0, or 1 with the failure on `err`; the old table
-// stays as it was when the first step fails.
+// has one (see swapSql). 0; 1 with the failure on `err`, the old table as
+// it was; 2 on MariaDB when the new rows are in place but the old table,
+// renamed, could not be dropped.
 int swapIn(ClassicLink& target, const Dialect& d, const TableName& fresh, const TableName& table, long id,
            std::ostream& err);
 
@@ -37,5 +39,37 @@ std::vector<std::string> swapSql(const Dialect& d, const TableName& fresh, const
 
 // Drops the fresh table after a failure; false when even that failed.
 bool dropFresh(ClassicLink& target, const Dialect& d, const TableName& fresh);
+
+// One copy's replacement of its target table. Whatever way the copy ends
+// before `finish`, the fresh table is dropped and the old one is told to be
+// as it was.
+class Replacement {
+public:
+    Replacement(DriverHost& host, const KORVEL::Orl::DataService& service, const Dialect& d, const TableName& table,
+                std::ostream& err);
+    ~Replacement();
+    Replacement(const Replacement&) = delete;
+    Replacement& operator=(const Replacement&) = delete;
+
+    // Whether the table exists to be replaced (when `wanted`); false with `why`
+    // when the target can't be asked.
+    bool prepare(bool wanted, std::string& why);
+    bool active() const { return active_; }
+    // Where the rows go: the fresh table, or the table itself.
+    const TableName& writeTable() const { return active_ ? fresh_ : table_; }
+    // The fresh table has been created.
+    void made() { made_ = active_; }
+    // Puts the fresh table in the old one's place: 0, or 1 told on `err`.
+    int finish();
+
+private:
+    DriverHost& host_;
+    const KORVEL::Orl::DataService& service_;
+    Dialect d_;
+    TableName table_, fresh_;
+    long id_;
+    std::ostream& err_;
+    bool active_ = false, made_ = false;
+};
 
 } // namespace orlodbc
