@@ -271,13 +271,7 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
     if (!splitKey.empty()) {
         std::vector<int64_t> v(2);
         std::vector<bool> nulls(2);
-        // A decimal key's bounds as integers: the ranges are open at both ends, so rounding moves no row out.
-        const char* asInt = fromDialect.kind == DbKind::PostgreSQL ? "bigint"
-                            : fromDialect.kind == DbKind::MariaDB  ? "SIGNED"
-                                                                   : "INTEGER";
-        const std::string low = splitInteger ? "MIN(" + splitKey + ")" : "CAST(MIN(" + splitKey + ") AS " + asInt + ")";
-        const std::string high = splitInteger ? "MAX(" + splitKey + ")" : "CAST(MAX(" + splitKey + ") AS " + asInt + ")";
-        if (!readLongs(probe, "SELECT " + low + ", " + high + " FROM " + source, v, nulls)) {
+        if (!readLongs(probe, boundsSql(fromDialect.kind, splitKey, splitInteger, source), v, nulls)) {
             err << "orlodbc: " << probe.why() << std::endl;
             return 1;
         }

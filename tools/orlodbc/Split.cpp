@@ -31,6 +31,15 @@ std::vector<std::string> splitConditions(const std::string& key, int64_t min, in
     return conditions;
 }
 
+std::string boundsSql(DbKind db, const std::string& key, bool integer, const std::string& source) {
+    const char* asInt = db == DbKind::PostgreSQL ? "bigint" : db == DbKind::MariaDB ? "SIGNED" : "INTEGER";
+    auto bound = [&](const char* f) {
+        const std::string plain = std::string(f) + "(" + key + ")";
+        return integer ? plain : "CAST(" + plain + " AS " + asInt + ")";
+    };
+    return "SELECT " + bound("MIN") + ", " + bound("MAX") + " FROM " + source;
+}
+
 bool integerKey(unsigned int type) {
     switch (type & kTypeMask) {
     case INT16:

@@ -115,6 +115,9 @@ TEST(CopySplit, ConditionsLeaveNoGapAtEitherEnd) {
     // One range needs no condition.
     EXPECT_TRUE(splitConditions("k", 5, 5, 3).empty());
     EXPECT_EQ((std::vector<std::string>{"k < 0 OR k IS NULL", "k >= 0"}), splitConditions("k", -1, 0, 2));
+    // A decimal key's bounds come as integers of the database's own name.
+    EXPECT_EQ("SELECT CAST(MIN(k) AS SIGNED), CAST(MAX(k) AS SIGNED) FROM t", boundsSql(DbKind::MariaDB, "k", false, "t"));
+    EXPECT_EQ("SELECT MIN(k), MAX(k) FROM t", boundsSql(DbKind::PostgreSQL, "k", true, "t"));
 }
 
 TEST(Replace, SwapStepsByDatabase) {
