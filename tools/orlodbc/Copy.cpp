@@ -194,6 +194,13 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
     const int named = checkTargetNames(toDialect, toTable, shape, err);
     if (named != 0) return named;
     const std::string source = o.query.empty() ? fromName : "(" + o.query + ") orl_source";
+    // Replacing a table: the rows go into a fresh one, and the old one stays until they are whole.
+    Replacement replacement(host, toService, toDialect, toTable, err);
+    if (!replacement.prepare(o.create && o.dropExisting, why)) {
+        err << "orlodbc: target: " << why << std::endl;
+        return 1;
+    }
+    const TableName& writeTable = replacement.writeTable();
     CopyPlan plan;
     {
         CopyPlanInput in;
@@ -201,6 +208,7 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
         in.to = &toDialect;
         in.fromTable = o.query.empty() ? &fromTable : nullptr;
         in.toTable = &toTable;
+        in.createAs = &writeTable;
         in.source = source;
         in.shape = &shape;
         in.create = o.create;
@@ -227,18 +235,23 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
     }
 
     std::string splitKey;
+    bool splitInteger = true;
     if (!o.splitBy.empty() && o.jobs > 1) {
         const int k = findColumn(shape, o.splitBy);
         if (k < 0) {
             err << "orlodbc: --split-by " << shownName(o.splitBy) << ": the source has no such column" << std::endl;
             return 2;
         }
-        if (!splittable(shape.types[k])) {
+        // SQLite's driver reads a NUMERIC column as a double; its catalog knows it as a decimal.
+        const bool decimalKey = static_cast<size_t>(k) < plan.columns.size() && plan.columns[k].type.kind == Kind::Decimal;
+        if (!splittable(shape.types[k]) && !decimalKey) {
             err << "orlodbc: --split-by " << shownName(shape.names[k]) << ": the jobs divide the rows by ranges of "
-                << "an integer key, and this column is " << typeToString(shape.types[k]) << std::endl;
+                << "an integer or decimal key, and this column is " << typeToString(shape.types[k])
+                << "; nothing was written" << std::endl;
             return 2;
         }
         splitKey = quoteName(fromDialect, shape.names[k]);
+        splitInteger = integerKey(shape.types[k]) && !decimalKey;
     }
 
     if (o.create) {
@@ -247,8 +260,10 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
             err << "orlodbc: target: " << why << std::endl;
             return 1;
         }
-        const int created = createTarget(target, toDialect, toTable, shape, o.dropExisting, err, plan.createSql);
+        const int created =
+            createTarget(target, toDialect, writeTable, shape, o.dropExisting && !replacement.active(), err, plan.createSql);
         if (created != 0) return created;
+        replacement.made();
     }
 
     // Work for the jobs: the whole source, or ranges of the split key.
@@ -256,7 +271,7 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
     if (!splitKey.empty()) {
         std::vector<int64_t> v(2);
         std::vector<bool> nulls(2);
-        if (!readLongs(probe, "SELECT MIN(" + splitKey + "), MAX(" + splitKey + ") FROM " + source, v, nulls)) {
+        if (!readLongs(probe, boundsSql(fromDialect.kind, splitKey, splitInteger, source), v, nulls)) {
             err << "orlodbc: " << probe.why() << std::endl;
             return 1;
         }
@@ -264,19 +279,20 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
     }
     if (conditions.empty()) conditions.push_back("");
     uint64_t total = 0;
+    bool counted = false;
     if (o.query.empty()) {
-        // Counting a table is cheap enough for a percentage; a query may not be.
+        // Counting a table is cheap enough for a percentage and for the check of the jobs' sum; a query may not be.
         std::vector<int64_t> v(1);
         std::vector<bool> nulls(1);
-        if (readLongs(probe, "SELECT COUNT(*) FROM " + fromName, v, nulls) && !nulls[0])
-            total = static_cast<uint64_t>(v[0]);
+        counted = readLongs(probe, "SELECT COUNT(*) FROM " + fromName, v, nulls) && !nulls[0];
+        if (counted) total = static_cast<uint64_t>(v[0]);
     }
     // Nothing of the set-up stays open: an embedded database locks its file for an open read.
     probe.connection()->rollback(probe.error());
 
     std::string params;
     for (size_t j = 0; j < shape.names.size(); ++j) params += j ? ", ?" : "?";
-    const std::string targetName = quoteTable(toDialect, toTable);
+    const std::string targetName = quoteTable(toDialect, writeTable);
     const std::string insertSql =
         "INSERT INTO " + targetName + " (" + quoteNames(toDialect, shape.names) + ") VALUES (" + params + ")";
 
@@ -329,7 +345,14 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
         }
     }
     if (failed) {
-        err << "orlodbc: the target keeps the " << committed << " rows committed before the failure" << std::endl;
+        if (!replacement.active())
+            err << "orlodbc: the target keeps the " << committed << " rows committed before the failure" << std::endl;
+        return 1;
+    }
+    if (counted && rows != total) {
+        err << "orlodbc: the source counted " << total << " rows before the copy and the " << jobs
+            << (jobs == 1 ? " job" : " jobs") << " copied " << rows << "; the source changed during the copy"
+            << (jobs > 1 ? " or the jobs' ranges missed rows" : "") << std::endl;
         return 1;
     }
 
@@ -343,10 +366,19 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
              : rowsPerStatement > 1 ? ", INSERTs of up to " + std::to_string(rowsPerStatement) + " rows"
                                     : ", row arrays of " + batch) << ")";
     out << line.str() << std::endl;
-    if (!o.verify) return 0;
-
-    const std::string targetSql = "SELECT " + quoteNames(toDialect, shape.names) + " FROM " + targetName;
-    return verifyCopy(host, fromService, plainSql, toService, targetSql, shape, out, err);
+    if (o.verify) {
+        VerifySide a, b;
+        a.service = &fromService;
+        a.dialect = fromDialect;
+        a.from = source;
+        a.readBackSql = plainSql;
+        b.service = &toService;
+        b.dialect = toDialect;
+        b.from = targetName;
+        b.readBackSql = "SELECT " + quoteNames(toDialect, shape.names) + " FROM " + targetName;
+        if (verifyCopy(host, a, b, shape, plan.columns, plan.targetTypes, out, err) != 0) return 1;
+    }
+    return replacement.finish();
 }
 
 } // namespace orlodbc

@@ -134,7 +134,7 @@ int planCopy(DriverHost& host, const DataService& fromService, const DataService
                 err << "orlodbc: column " << shownName(src[j].name) << ": " << src[j].type.declared << " becomes "
                     << t.sql << " (" << t.note << ")" << std::endl;
         }
-        plan.createSql = createTableSql(*in.to, *in.toTable, src, typeNames);
+        plan.createSql = createTableSql(*in.to, in.createAs ? *in.createAs : *in.toTable, src, typeNames);
     } else if (in.create) {
         for (size_t j = 0; j < n; ++j) dst[j] = fromTypeWord(shape.types[j]);
     } else {
@@ -183,6 +183,8 @@ int planCopy(DriverHost& host, const DataService& fromService, const DataService
             << std::endl;
     }
     probe.connection()->rollback(probe.error());
+    plan.columns = src;
+    plan.targetTypes = dst;
     if (losses > 0 && !in.allowLossy) {
         err << "orlodbc: nothing was written to " << shownName(*in.toTable) << "; "
             << (in.create ? "copy from a --query that casts " : "give the target wider types for ")

@@ -23,6 +23,7 @@ struct CopyPlanInput {
     const Dialect* to = nullptr;
     const TableName* fromTable = nullptr;  // null for a --query source
     const TableName* toTable = nullptr;
+    const TableName* createAs = nullptr;  // the name the CREATE TABLE makes, when not toTable
     std::string source;  // the FROM item of the source's rows
     const Shape* shape = nullptr;  // as the driver reads SELECT *
     bool create = false;
@@ -33,6 +34,8 @@ struct CopyPlan {
     std::vector<std::string> items;  // SELECT items, one a column
     bool recast = false;             // an item reads its column another way
     std::string createSql;           // with create: the target table's CREATE TABLE
+    std::vector<SourceColumn> columns;  // the source's, as its catalog (or the driver) has them
+    std::vector<ColumnType> targetTypes;  // Kind::Other where the target's catalog wasn't read
 };
 
 // 0 with the plan; 1 when a side can't be described, 2 when the target

@@ -154,7 +154,7 @@ int main(int argc, char** argv) {
     copyCmd->add_option("--query", copy.query, "source query instead of a table")->excludes(table);
     copyCmd->add_option("--to-table", copy.toTable, "target table");
     auto* create = copyCmd->add_flag("--create", copy.create, "create the target table from the source's columns");
-    copyCmd->add_flag("--drop-existing", copy.dropExisting, "drop the target table first (with --create)")
+    copyCmd->add_flag("--drop-existing", copy.dropExisting, "replace the target table, once the new rows are whole (with --create)")
         ->needs(create);
     copyCmd->add_option("--commit-every", copy.commitEvery, "commit every N rows (default: once at the end)")
         ->check(CLI::NonNegativeNumber);
@@ -169,10 +169,10 @@ int main(int argc, char** argv) {
     copyCmd->add_option("--jobs", copy.jobs, "parallel connections, each copying one key range")
         ->check(CLI::Range(1, 64))
         ->capture_default_str();
-    copyCmd->add_option("--split-by", copy.splitBy, "integer key column that divides the rows among the jobs");
+    copyCmd->add_option("--split-by", copy.splitBy, "integer or decimal key column that divides the rows among the jobs");
     copyCmd->add_flag("--allow-lossy", copy.allowLossy,
                       "copy even where the target can't hold the source's values exactly, telling which");
-    copyCmd->add_flag("--verify", copy.verify, "read both sides back and compare row counts and checksums");
+    copyCmd->add_flag("--verify", copy.verify, "compare what each database computes of its own rows: counts, sums, hashes");
     std::string progress = "auto";
     copyCmd->add_option("--progress", progress, "progress line on standard error: auto (on a terminal), always, never")
         ->check(CLI::IsMember({"auto", "always", "never"}))
