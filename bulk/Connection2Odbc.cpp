@@ -7,16 +7,23 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <mutex>
 
 #include "bulk/Env2Odbc.h"
 #include "bulk/PreparedStatement2Odbc.h"
 #include "bulk/internal/Report.h"
+#include "odbc/internal/Timeouts.h"
 
 namespace KORVEL { namespace Orl { namespace DB { namespace ODBC {
 
 namespace {
 // putenv keeps the pointer: the text must live as long as the process.
 char s_utcZone[] = "TZ=UTC";
+
+bool zoneIsUtc() {
+    const char* zone = std::getenv("TZ");
+    return zone != nullptr && std::strcmp(zone, "UTC") == 0;
+}
 
 // Largest block of rows a statement takes: a row array costs its column sizes
 // times this, so an absurd setting can't ask for gigabytes.
@@ -61,9 +68,20 @@ Connection2Odbc::Connection2Odbc(Env2Odbc* env, const char* source, const char* 
     : environment(env), dataSource(source ? source : ""), user(userName ? userName : "") {
     // Values of the bulk path are UTC both ways, and tm2sec hands years before
     // 1970 to mktime, which follows TZ. Process-wide on purpose: it must hold
-    // on every thread that converts, the host's included.
+    // on every thread that converts, the host's included. tzset frees the
+    // zone name other threads' time calls read, so it runs only where the
+    // host moved the zone away since settleZone.
+    if (zoneIsUtc()) return;
     putenv(s_utcZone);
     tzset();
+}
+
+void Connection2Odbc::settleZone() {
+    static std::once_flag once;
+    std::call_once(once, [] {
+        if (!zoneIsUtc()) putenv(s_utcZone);
+        tzset();
+    });
 }
 
 Connection2Odbc::~Connection2Odbc() {
@@ -104,6 +122,11 @@ int Connection2Odbc::connect(DBError* error) {
     if (connected) return 0;
     auto it = properties.find("Password");
     const char* password = it == properties.end() ? "" : it->second.c_str();
+    auto timeout = [this](const char* key) {
+        auto found = properties.find(key);
+        return found == properties.end() ? 0UL : internal::timeoutSeconds(found->second);
+    };
+    internal::applyLoginTimeout(dbc, timeout("LoginTimeout"));
     SQLRETURN rc = SQLConnect(dbc, (SQLCHAR*)dataSource.c_str(), SQL_NTS, (SQLCHAR*)user.c_str(), SQL_NTS,
                               (SQLCHAR*)password, SQL_NTS);
     if (rc == SQL_SUCCESS) {
@@ -111,6 +134,8 @@ int Connection2Odbc::connect(DBError* error) {
         fetchRows = arraySizeOf(properties, "FetchArraySize");
         paramRows = arraySizeOf(properties, "ParamArraySize");
         insertRows = arraySizeOf(properties, "InsertRowsPerStatement");
+        queryTimeout = timeout("QueryTimeout");
+        internal::boundSessionWhereDriverWont(dbc, queryTimeout);
         markerLimit = 0;
         return 0;
     }
@@ -118,6 +143,10 @@ int Connection2Odbc::connect(DBError* error) {
     // says it is not: only SQL_SUCCESS counts anywhere on this path.
     reportOdbc(error, SQL_HANDLE_DBC, dbc, rc);
     return -1;
+}
+
+void Connection2Odbc::limitStatement(SQLHSTMT statement) const {
+    internal::applyQueryTimeout(statement, queryTimeout);
 }
 
 size_t Connection2Odbc::markersPerStatement() {

@@ -32,6 +32,11 @@ public:
     // Not virtual: only Env2Odbc::releaseConnection2 destroys a connection.
     ~Connection2Odbc();
 
+    // Puts the process zone to UTC once, before the first connection of any
+    // kind exists, so that no connection has to change it under another
+    // thread's conversions later. Idempotent and safe from any thread.
+    static void settleZone();
+
     // Allocates the handle and sets autocommit off and read committed; a no-op
     // once the handle exists. 0 or -1.
     int initialize(DBError* error);
@@ -68,6 +73,9 @@ public:
     // Parameter markers one statement may carry on this database; asked of
     // the driver at the first call after a connect.
     size_t markersPerStatement();
+    // Bounds a statement handle of this connection by "QueryTimeout" as it
+    // stood at the last connect; without the property the handle is left alone.
+    void limitStatement(SQLHSTMT statement) const;
     bool isConnected() const { return connected; }
     void setService(const std::string& name) { service = name; }
 
@@ -87,6 +95,7 @@ private:
     unsigned long fetchRows = 1;
     unsigned long paramRows = 1;
     unsigned long insertRows = 1;
+    unsigned long queryTimeout = 0;  // seconds; 0: none
     size_t markerLimit = 0;  // 0: not asked yet
 };
 
