@@ -126,9 +126,7 @@ int Connection2Odbc::connect(DBError* error) {
         auto found = properties.find(key);
         return found == properties.end() ? 0UL : internal::timeoutSeconds(found->second);
     };
-    internal::applyLoginTimeout(dbc, timeout("LoginTimeout"));
-    SQLRETURN rc = SQLConnect(dbc, (SQLCHAR*)dataSource.c_str(), SQL_NTS, (SQLCHAR*)user.c_str(), SQL_NTS,
-                              (SQLCHAR*)password, SQL_NTS);
+    SQLRETURN rc = internal::connectWithin(dbc, dataSource, user, password, timeout("LoginTimeout"));
     if (rc == SQL_SUCCESS) {
         connected = true;
         fetchRows = arraySizeOf(properties, "FetchArraySize");

@@ -57,11 +57,7 @@ SQLHANDLE OdbcDbcImpl::GetHandle(e_Handle which) {
 
 e_Status OdbcDbcImpl::Connect(const std::string& dsn, const std::string& user, const std::string& password) {
     Disconnect();
-    SQLCHAR* d = reinterpret_cast<SQLCHAR*>(const_cast<char*>(dsn.c_str()));
-    SQLCHAR* u = reinterpret_cast<SQLCHAR*>(const_cast<char*>(user.c_str()));
-    SQLCHAR* p = reinterpret_cast<SQLCHAR*>(const_cast<char*>(password.c_str()));
-    internal::applyLoginTimeout(hdbc, loginTimeout);
-    e_Status status = GetStatus(this, SQLConnect(hdbc, d, SQL_NTS, u, SQL_NTS, p, SQL_NTS));
+    e_Status status = GetStatus(this, internal::connectWithin(hdbc, dsn, user, password, loginTimeout));
     if (status != Status_Ok) return status;
     connected = true;
     internal::boundSessionWhereDriverWont(hdbc, queryTimeout);
