@@ -11,6 +11,7 @@
 #include "tools/orlodbc/CopyJob.h"
 #include "tools/orlodbc/CopyPlan.h"
 #include "tools/orlodbc/Dialect.h"
+#include "tools/orlodbc/Interrupt.h"
 #include "tools/orlodbc/Links.h"
 #include "tools/orlodbc/Progress.h"
 #include "tools/orlodbc/Split.h"
@@ -319,6 +320,11 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
 
     uint64_t rows = 0, committed = 0;
     bool failed = false, arrays = false;
+    if (Interrupt::happened()) {
+        for (const JobResult& r : results) committed += r.committed;
+        err << "orlodbc: interrupted; the target keeps the " << committed << " rows committed before it" << std::endl;
+        return Interrupt::exitCode();
+    }
     for (const JobResult& r : results) {
         rows += r.rows;
         committed += r.committed;
@@ -346,7 +352,10 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
     if (!o.verify) return 0;
 
     const std::string targetSql = "SELECT " + quoteNames(toDialect, shape.names) + " FROM " + targetName;
-    return verifyCopy(host, fromService, plainSql, toService, targetSql, shape, out, err);
+    const int verified = verifyCopy(host, fromService, plainSql, toService, targetSql, shape, out, err);
+    if (!Interrupt::happened()) return verified;
+    err << "orlodbc: interrupted during the check; all " << rows << " rows were committed" << std::endl;
+    return Interrupt::exitCode();
 }
 
 } // namespace orlodbc
