@@ -90,6 +90,8 @@ SilentServer& silent() {
                             << "\n[orl_maria_silent]\nDriver=ORL MariaDB Unicode\nServer=127.0.0.1\nPort=" << s->port()
                             << "\nDatabase=orl_test\n";
         setenv("ODBCINI", path.c_str(), 1);
+        static const std::string kept = path;
+        std::atexit([] { std::remove(kept.c_str()); });
         return s;
     }();
     return *server;
