@@ -7,10 +7,14 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <mutex>
+#include <shared_mutex>
 
 #include "bulk/Env2Odbc.h"
 #include "bulk/PreparedStatement2Odbc.h"
 #include "bulk/internal/Report.h"
+#include "format/Calendar.h"
+#include "odbc/internal/Timeouts.h"
 
 namespace KORVEL { namespace Orl { namespace DB { namespace ODBC {
 
@@ -61,7 +65,9 @@ Connection2Odbc::Connection2Odbc(Env2Odbc* env, const char* source, const char* 
     : environment(env), dataSource(source ? source : ""), user(userName ? userName : "") {
     // Values of the bulk path are UTC both ways, and tm2sec hands years before
     // 1970 to mktime, which follows TZ. Process-wide on purpose: it must hold
-    // on every thread that converts, the host's included.
+    // on every thread that converts, the host's included. The library's own
+    // time calls on other threads wait for it (they read what it changes).
+    std::unique_lock<std::shared_mutex> zone(DataTypes::processZoneLock());
     putenv(s_utcZone);
     tzset();
 }
@@ -104,13 +110,18 @@ int Connection2Odbc::connect(DBError* error) {
     if (connected) return 0;
     auto it = properties.find("Password");
     const char* password = it == properties.end() ? "" : it->second.c_str();
-    SQLRETURN rc = SQLConnect(dbc, (SQLCHAR*)dataSource.c_str(), SQL_NTS, (SQLCHAR*)user.c_str(), SQL_NTS,
-                              (SQLCHAR*)password, SQL_NTS);
+    auto timeout = [this](const char* key) {
+        auto found = properties.find(key);
+        return found == properties.end() ? 0UL : internal::timeoutSeconds(found->second);
+    };
+    SQLRETURN rc = internal::connectWithin(dbc, dataSource, user, password, timeout("LoginTimeout"));
     if (rc == SQL_SUCCESS) {
         connected = true;
         fetchRows = arraySizeOf(properties, "FetchArraySize");
         paramRows = arraySizeOf(properties, "ParamArraySize");
         insertRows = arraySizeOf(properties, "InsertRowsPerStatement");
+        queryTimeout = timeout("QueryTimeout");
+        internal::boundSessionWhereDriverWont(dbc, queryTimeout);
         markerLimit = 0;
         return 0;
     }
@@ -118,6 +129,10 @@ int Connection2Odbc::connect(DBError* error) {
     // says it is not: only SQL_SUCCESS counts anywhere on this path.
     reportOdbc(error, SQL_HANDLE_DBC, dbc, rc);
     return -1;
+}
+
+void Connection2Odbc::limitStatement(SQLHSTMT statement) const {
+    internal::applyQueryTimeout(statement, queryTimeout);
 }
 
 size_t Connection2Odbc::markersPerStatement() {

@@ -68,6 +68,9 @@ public:
     // Parameter markers one statement may carry on this database; asked of
     // the driver at the first call after a connect.
     size_t markersPerStatement();
+    // Bounds a statement handle of this connection by "QueryTimeout" as it
+    // stood at the last connect; without the property the handle is left alone.
+    void limitStatement(SQLHSTMT statement) const;
     bool isConnected() const { return connected; }
     void setService(const std::string& name) { service = name; }
 
@@ -87,6 +90,7 @@ private:
     unsigned long fetchRows = 1;
     unsigned long paramRows = 1;
     unsigned long insertRows = 1;
+    unsigned long queryTimeout = 0;  // seconds; 0: none
     size_t markerLimit = 0;  // 0: not asked yet
 };
 

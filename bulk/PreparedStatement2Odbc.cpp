@@ -152,6 +152,7 @@ int PreparedStatement2Odbc::initialize(int count, const unsigned int* types, DBE
         reportOdbc(error, SQL_HANDLE_DBC, connection->handle(), rc);
         return -1;
     }
+    connection->limitStatement(stmt);
     rc = SQLPrepare(stmt, (SQLCHAR*)sql.c_str(), SQL_NTS);
     SQLSMALLINT parameterCount = 0;
     if (rc == SQL_SUCCESS) rc = SQLNumParams(stmt, &parameterCount);

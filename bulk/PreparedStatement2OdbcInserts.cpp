@@ -112,6 +112,7 @@ int PreparedStatement2Odbc::runGroup(size_t count, size_t first, DBError* error)
             reportRows(error, first, first + count - 1);
             return -1;
         }
+        connection->limitStatement(g.stmt);
     }
     if (g.rows != count) {
         g.rows = 0;

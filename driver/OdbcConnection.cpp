@@ -68,6 +68,7 @@ int OdbcConnection::open() {
         report(kErrOpen, env);
         return kFailed;
     }
+    if (ODBC::OdbcDbcImpl* impl = dynamic_cast<ODBC::OdbcDbcImpl*>(dbc)) impl->SetTimeouts(loginTimeout, queryTimeout);
     if (dbc->Connect(dsn, user, password) != ODBC::Status_Ok) {
         // The failed handle stays in the tree until the environment goes.
         report(kErrOpen, dbc);

@@ -77,6 +77,13 @@ public:
                           const std::vector<unsigned int>& types, const std::vector<bool>& primaryKeys,
                           bool rowTable, std::string& sql);
 
+    // Seconds of "LoginTimeout" and "QueryTimeout" (0: none), taken at the
+    // next open(); a connection made without them asks the driver for neither.
+    void setTimeouts(unsigned long loginSeconds, unsigned long querySeconds) {
+        loginTimeout = loginSeconds;
+        queryTimeout = querySeconds;
+    }
+
     bool getWriteBigIntAsChar() const { return writeBigIntAsChar; }
     ODBC::OdbcDbc* getDbc() const { return dbc; }
 
@@ -98,6 +105,8 @@ private:
     ODBC::OdbcDbc* dbc;
     OdbcStatement* statement;
     OdbcDatabaseMetadata* metadata;
+    unsigned long loginTimeout = 0;
+    unsigned long queryTimeout = 0;
 };
 
 }}} // namespace KORVEL::Orl::DB

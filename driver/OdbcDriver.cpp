@@ -8,6 +8,7 @@
 #include "bulk/Env2Odbc.h"
 #include "driver/OdbcConnection.h"
 #include "host/DataService.h"
+#include "odbc/internal/Timeouts.h"
 
 namespace KORVEL { namespace Orl { namespace DB {
 
@@ -27,6 +28,8 @@ Connection* OdbcDriver::createConnection(const DataService& service) {
         // The database type stands second and the user third.
         OdbcConnection* connection = new OdbcConnection(dsn, databaseType, user, password, writeBigIntAsChar);
         connection->driver = this;
+        connection->setTimeouts(ODBC::internal::timeoutSeconds(service.getPropertyValueAsString("LoginTimeout", "")),
+                                ODBC::internal::timeoutSeconds(service.getPropertyValueAsString("QueryTimeout", "")));
         return connection;
     } catch (const std::exception&) {
         return nullptr;
@@ -80,9 +83,10 @@ Connection2* OdbcDriver::createConnection2(const DataService& service, DBError* 
             connection->clearProperties();
             connection->setConnectionProperty("Password", password.c_str());
             connection->setConnectionProperty("DatabaseType", databaseType.c_str());
-            // Block transfers and multi-row inserts are opt-in: without the
-            // keys the map stays as it was.
-            for (const char* key : {"FetchArraySize", "ParamArraySize", "InsertRowsPerStatement"}) {
+            // Block transfers, multi-row inserts and timeouts are opt-in:
+            // without the keys the map stays as it was.
+            for (const char* key :
+                 {"FetchArraySize", "ParamArraySize", "InsertRowsPerStatement", "LoginTimeout", "QueryTimeout"}) {
                 std::string rows = service.getPropertyValueAsString(key, "");
                 if (!rows.empty()) connection->setConnectionProperty(key, rows.c_str());
             }

@@ -12,6 +12,7 @@
 #include "driver/OdbcResultSet.h"
 #include "host/LogServiceImpl.h"
 #include "odbc/ByteStore.h"
+#include "format/Calendar.h"
 
 namespace KORVEL { namespace Orl { namespace DB {
 
@@ -350,7 +351,7 @@ bool OdbcStatement::convertTime(unsigned int type, const DataValue& value, TIMES
     }
     time_t t = static_cast<time_t>(seconds);
     struct tm fields;
-    if (gmtime_r(&t, &fields) == nullptr) {
+    if (DataTypes::zoneSafeGmtime(&t, &fields) == nullptr) {
         std::cout << "Error converting value as date" << std::endl;
         return false;
     }

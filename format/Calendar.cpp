@@ -101,11 +101,22 @@ void setDateFormat(char* format) {
     g_date_format_allocated = true;
 }
 
+std::shared_mutex& processZoneLock() {
+    static std::shared_mutex lock;
+    return lock;
+}
+
+tm* zoneSafeGmtime(const time_t* t, tm* out) {
+    std::shared_lock<std::shared_mutex> zone(processZoneLock());
+    return gmtime_r(t, out);
+}
+
 long tm2sec(const tm* t) {
     if (t == nullptr) return -1;
     if (t->tm_year <= 69) {
         // Before 1970 the C library decides, in the process zone; mktime
         // normalises its own copy, the caller's record stays as it was.
+        std::shared_lock<std::shared_mutex> zone(processZoneLock());
         if (isUtcZone() && isPlainRecord(*t)) return utcSeconds(*t);
         tm local = *t;
         return static_cast<long>(mktime(&local));

@@ -2,6 +2,7 @@
 // tm2sec, splitting the fraction off a time text, and the global formats.
 #pragma once
 #include <ctime>
+#include <shared_mutex>
 
 namespace DataTypes {
 
@@ -16,6 +17,16 @@ extern char* g_time_format;
 // Set-up only: readers may still hold the old text. A null `format`, or a
 // copy that can't be allocated, leaves the current format in place.
 void setDateFormat(char* format);
+
+// The process zone (TZ and the C library's zone state) against the library's
+// own time calls. The bulk connection sets TZ=UTC process-wide while other
+// threads may be converting: putenv changes the environment that getenv
+// reads, and tzset frees the zone text that mktime and gmtime_r use. Time
+// calls hold it shared, the zone set-up exclusively.
+std::shared_mutex& processZoneLock();
+
+// gmtime_r under the shared zone lock.
+tm* zoneSafeGmtime(const time_t* t, tm* out);
 
 // Seconds since 1970-01-01 from the six date and time fields, or -1 (also
 // for a null record).

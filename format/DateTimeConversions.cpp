@@ -8,6 +8,7 @@
 #include "format/TimeFromString.h"
 #include "format/TimeToString.h"
 #include "format/TimeZones.h"
+#include "format/Calendar.h"
 
 namespace DataTypes {
 namespace {
@@ -21,7 +22,7 @@ void printThrough(TimeValuePrinter& printer, uint64_t wholeSecondsTimesMillion, 
     // The zone was vouched for by the caller: the result flag says nothing new.
     toTimeZone(static_cast<long>(wholeSecondsTimesMillion), "UTC", (name == nullptr || *name == '\0') ? nullptr : name, t);
     const time_t seconds = t / 1000000;
-    gmtime_r(&seconds, &printer.Time());
+    DataTypes::zoneSafeGmtime(&seconds, &printer.Time());
     printer.SetFraction(fraction);
     if (!printer.Parse(mask, strlen(mask))) out.clear();
 }

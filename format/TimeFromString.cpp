@@ -20,7 +20,7 @@ bool isDigit(char c) { return c >= '0' && c <= '9'; }
 int currentUtcYear() {
     const time_t now = time(nullptr);
     tm t{};
-    gmtime_r(&now, &t);
+    DataTypes::zoneSafeGmtime(&now, &t);
     return t.tm_year + 1900;
 }
 
@@ -37,7 +37,7 @@ void toTwelveHour(int64_t hour24, int& hour, int& meridian) {
 Broken breakDown(int64_t seconds) {
     const time_t s = static_cast<time_t>(seconds);
     tm t{};
-    if (gmtime_r(&s, &t) == nullptr) t = tm{}; // beyond the calendar: a zeroed record, not garbage
+    if (DataTypes::zoneSafeGmtime(&s, &t) == nullptr) t = tm{}; // beyond the calendar: a zeroed record, not garbage
     Broken b{t.tm_year + 1900, t.tm_mon, t.tm_mday, 0, t.tm_min, t.tm_sec, 0};
     toTwelveHour(t.tm_hour, b.hour, b.meridian);
     return b;

@@ -10,6 +10,7 @@
 #include "odbc/OdbcCatalogImpl.h"
 #include "odbc/OdbcEnvImpl.h"
 #include "odbc/OdbcStmtImpl.h"
+#include "odbc/internal/Timeouts.h"
 
 namespace KORVEL { namespace Orl { namespace DB { namespace ODBC {
 
@@ -56,12 +57,10 @@ SQLHANDLE OdbcDbcImpl::GetHandle(e_Handle which) {
 
 e_Status OdbcDbcImpl::Connect(const std::string& dsn, const std::string& user, const std::string& password) {
     Disconnect();
-    SQLCHAR* d = reinterpret_cast<SQLCHAR*>(const_cast<char*>(dsn.c_str()));
-    SQLCHAR* u = reinterpret_cast<SQLCHAR*>(const_cast<char*>(user.c_str()));
-    SQLCHAR* p = reinterpret_cast<SQLCHAR*>(const_cast<char*>(password.c_str()));
-    e_Status status = GetStatus(this, SQLConnect(hdbc, d, SQL_NTS, u, SQL_NTS, p, SQL_NTS));
+    e_Status status = GetStatus(this, internal::connectWithin(hdbc, dsn, user, password, loginTimeout));
     if (status != Status_Ok) return status;
     connected = true;
+    internal::boundSessionWhereDriverWont(hdbc, queryTimeout);
 
     char name[256];
     std::memset(name, 0, sizeof name);
@@ -120,7 +119,10 @@ void OdbcDbcImpl::SetDatabaseType(const std::string& name) {
 OdbcStmt* OdbcDbcImpl::CreateStmt() {
     OdbcStmtImpl* stmt = new (std::nothrow) OdbcStmtImpl(this);
     if (stmt == nullptr) return nullptr;
-    if (stmt->Initialize() == Status_Ok) return stmt;
+    if (stmt->Initialize() == Status_Ok) {
+        internal::applyQueryTimeout(stmt->GetHandle(), queryTimeout);
+        return stmt;
+    }
     if (stmt->HasInfo()) {
         std::ostringstream stream;
         stmt->DumpInfo(stream);
@@ -145,6 +147,7 @@ OdbcCatalog* OdbcDbcImpl::InitCatalog(OdbcCatalogImpl* catalog) {
         delete catalog;
         return nullptr;  // going on would call through the deleted scan
     }
+    internal::applyQueryTimeout(catalog->GetHandle(), queryTimeout);
     if (catalog->Execute() == Status_Ok) return catalog;
     delete catalog;
     return nullptr;

@@ -39,6 +39,13 @@ public:
     OdbcCatalog* ScanProcedureColumns(char* catalog, char* schema, char* procedure, char* column) override;
 
     void IsConnected(bool value) { connected = value; }
+    // Seconds for SQL_ATTR_LOGIN_TIMEOUT at the next Connect and for
+    // SQL_ATTR_QUERY_TIMEOUT on every statement and scan made from now on;
+    // 0 (the default) asks the driver for neither.
+    void SetTimeouts(unsigned long loginSeconds, unsigned long querySeconds) {
+        loginTimeout = loginSeconds;
+        queryTimeout = querySeconds;
+    }
     // Maps a DBMS name to the database keyword by the first matching search text.
     void SetDatabaseType(const std::string& name);
     OdbcCatalog* InitCatalog(OdbcCatalogImpl* catalog);
@@ -49,6 +56,8 @@ private:
     OdbcEnvImpl* env;  // the parent; source of diagnostics while there is no hdbc
     bool connected;
     std::string databaseType;
+    unsigned long loginTimeout = 0;
+    unsigned long queryTimeout = 0;
 };
 
 }}}} // namespace KORVEL::Orl::DB::ODBC

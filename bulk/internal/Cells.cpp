@@ -53,7 +53,7 @@ bool timestampOf(unsigned int word, int64_t value, SQL_TIMESTAMP_STRUCT& ts) {
     }
     time_t t = static_cast<time_t>(seconds);
     tm fields;
-    if (gmtime_r(&t, &fields) == nullptr) return false;
+    if (DataTypes::zoneSafeGmtime(&t, &fields) == nullptr) return false;
     ts.year = static_cast<SQLSMALLINT>(fields.tm_year + 1900);
     ts.month = static_cast<SQLUSMALLINT>(fields.tm_mon + 1);
     ts.day = static_cast<SQLUSMALLINT>(fields.tm_mday);

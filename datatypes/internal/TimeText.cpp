@@ -26,9 +26,9 @@ bool isEpochFormat(const char* format) { return format != nullptr && std::strcmp
 
 bool utcFields(int64_t seconds, tm& fields) {
     const time_t t = static_cast<time_t>(seconds);
-    if (gmtime_r(&t, &fields) != nullptr) return true;
+    if (DataTypes::zoneSafeGmtime(&t, &fields) != nullptr) return true;
     const time_t epoch = 0;
-    return gmtime_r(&epoch, &fields) != nullptr;
+    return DataTypes::zoneSafeGmtime(&epoch, &fields) != nullptr;
 }
 
 void splitUnits(int64_t value, int64_t unit, int64_t& whole, int64_t& fraction) {

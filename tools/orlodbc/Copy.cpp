@@ -11,6 +11,7 @@
 #include "tools/orlodbc/CopyJob.h"
 #include "tools/orlodbc/CopyPlan.h"
 #include "tools/orlodbc/Dialect.h"
+#include "tools/orlodbc/Interrupt.h"
 #include "tools/orlodbc/Links.h"
 #include "tools/orlodbc/Progress.h"
 #include "tools/orlodbc/Split.h"
@@ -335,6 +336,15 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
 
     uint64_t rows = 0, committed = 0;
     bool failed = false, arrays = false;
+    if (Interrupt::happened()) {
+        for (const JobResult& r : results) committed += r.committed;
+        if (replacement.active())
+            err << "orlodbc: interrupted; " << shownName(toTable) << " stays as it was" << std::endl;
+        else
+            err << "orlodbc: interrupted; the target keeps the " << committed << " rows committed before it"
+                << std::endl;
+        return Interrupt::exitCode();
+    }
     for (const JobResult& r : results) {
         rows += r.rows;
         committed += r.committed;
@@ -376,7 +386,12 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
         b.dialect = toDialect;
         b.from = targetName;
         b.readBackSql = "SELECT " + quoteNames(toDialect, shape.names) + " FROM " + targetName;
-        if (verifyCopy(host, a, b, shape, plan.columns, plan.targetTypes, out, err) != 0) return 1;
+        const int verified = verifyCopy(host, a, b, shape, plan.columns, plan.targetTypes, out, err);
+        if (Interrupt::happened()) {
+            err << "orlodbc: interrupted during the check; all " << rows << " rows were committed" << std::endl;
+            return Interrupt::exitCode();
+        }
+        if (verified != 0) return 1;
     }
     return replacement.finish();
 }

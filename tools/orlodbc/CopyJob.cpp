@@ -3,6 +3,8 @@
 #include <cstring>
 #include <vector>
 
+#include "tools/orlodbc/Interrupt.h"
+
 using namespace KORVEL::Orl;
 using namespace KORVEL::Orl::DB;
 
@@ -44,7 +46,7 @@ private:
         if (sel->execute(src_.error()) != 0 || sel->nextResultSet(more, src_.error()) != 0)
             return report(src_.failRecord());
         arrays_ = plan_.batch > 1;
-        while (!stop_) {
+        while (!stop_ && !Interrupt::happened()) {
             if (sel->hasMoreData(more, src_.error()) != 0) return report(src_.failRecord());
             if (!more) break;
             RowPtr row(sel->nextRow(src_.error()));
@@ -53,7 +55,8 @@ private:
             pending_.push_back(std::move(row));
             if (static_cast<int>(pending_.size()) >= flushAt() && !flush()) return false;
         }
-        if (stop_) return false;  // another job failed: leave what it committed, drop ours since
+        // Another job failed, or a signal came: leave what was committed, drop ours since.
+        if (stop_ || Interrupt::happened()) return false;
         // The read is over: an embedded database holds its file's read lock
         // until the source transaction ends, and the target's commit may
         // need that file.

@@ -61,6 +61,8 @@ bool DriverHost::service(const Endpoint& e, DataService& out) {
     if (!e.password.empty()) out.setProperty("Password", e.password);
     if (!e.databaseType.empty()) out.setProperty("DatabaseType", e.databaseType);
     if (e.writeBigIntAsChar) out.setProperty("WriteBigIntAsChar", "true");
+    if (!e.loginTimeout.empty()) out.setProperty("LoginTimeout", e.loginTimeout);
+    if (!e.queryTimeout.empty()) out.setProperty("QueryTimeout", e.queryTimeout);
     return true;
 }
 

@@ -17,6 +17,8 @@ struct Endpoint {
     std::string password;
     std::string databaseType;
     bool writeBigIntAsChar = false;
+    std::string loginTimeout;  // seconds, as the LoginTimeout property
+    std::string queryTimeout;  // seconds, as the QueryTimeout property
 };
 
 class DriverHost {

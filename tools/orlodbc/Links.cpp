@@ -3,6 +3,7 @@
 #include <sql.h>
 
 #include "datatypes/DataTypes.h"
+#include "tools/orlodbc/Interrupt.h"
 
 using namespace KORVEL::Orl;
 using namespace KORVEL::Orl::DB;
@@ -16,6 +17,7 @@ std::string recordText(const DBError* e) {
 }
 
 BulkLink::~BulkLink() {
+    Interrupt::forget(noted_);
     Driver* d = host_.driver();
     if (connection_) {
         connection_->disconnect(true, error_);  // rolls back what is open
@@ -32,10 +34,13 @@ bool BulkLink::open(const DataService& service) {
     connection_ = d->createConnection2(service, error_);
     if (connection_ == nullptr) return fail(recordText(error_));
     if (connection_->connect(error_) != 0) return fail(recordText(error_));
+    noted_ = Interrupt::noteBulk(service, *this);
+    why_.clear();  // a session that can't be noted is only not cancelled on a signal
     return true;
 }
 
 ClassicLink::~ClassicLink() {
+    Interrupt::forget(noted_);
     if (c_) {
         c_->close();
         host_.driver()->releaseConnection(c_);
@@ -52,6 +57,7 @@ bool ClassicLink::open(const DataService& service, std::string& why) {
         return false;
     }
     if (c_->open() != 1) return failed(why);
+    noted_ = Interrupt::noteClassic(service, *c_);
     return true;
 }
 

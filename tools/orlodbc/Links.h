@@ -49,6 +49,7 @@ private:
     KORVEL::Orl::DB::Connection2* connection_ = nullptr;
     KORVEL::Orl::DB::DBError* error_ = nullptr;
     std::string why_;
+    long noted_ = 0;  // the session as Interrupt knows it
 };
 
 // A prepared statement released through its connection.
@@ -88,6 +89,7 @@ public:
 private:
     DriverHost& host_;
     KORVEL::Orl::DB::Connection* c_ = nullptr;
+    long noted_ = 0;
 };
 
 // What a statement gives: column names and the type words the driver reads them with.

@@ -12,6 +12,7 @@
 #include "datatypes/DataTypes.h"
 #include "host/ResultSet.h"
 #include "host/Row.h"
+#include "tools/orlodbc/Interrupt.h"
 #include "tools/orlodbc/ValueText.h"
 
 using namespace KORVEL::Orl::DB;
@@ -270,6 +271,7 @@ bool looksLikeQuery(const std::string& sql) {
 bool runStatements(Connection& c, const std::vector<std::string>& statements, std::ostream& out,
                    std::ostream& err, OutputFormat format) {
     for (const std::string& sql : statements) {
+        if (Interrupt::happened()) return false;  // nothing more after a signal
         if (looksLikeQuery(sql)) {
             if (!runQuery(c, sql, format, out, err)) return false;
             continue;

@@ -18,6 +18,7 @@
 #include "tools/orlodbc/CatalogLister.h"
 #include "tools/orlodbc/Copy.h"
 #include "tools/orlodbc/DriverHost.h"
+#include "tools/orlodbc/Interrupt.h"
 #include "tools/orlodbc/MaskCommand.h"
 #include "tools/orlodbc/SqlRunner.h"
 
@@ -43,6 +44,8 @@ struct Options {
 };
 
 int fail(Connection* c, const char* what) {
+    // The failure a signal caused is told by the one line of the interrupt.
+    if (orlodbc::Interrupt::happened()) return 1;
     std::string errors;
     if (c) c->getLastErrors(errors);
     std::cerr << "orlodbc: " << what;
@@ -69,24 +72,44 @@ int runConnection(orlodbc::DriverHost& host, const Options& o) {
         std::cerr << "orlodbc: the driver refused the service definition (DSN and User are required)" << std::endl;
         return 2;
     }
+    long noted = 0;
+    bool committed = false;
     if (c->open() != 1) {
         rc = fail(c, "cannot open connection");
     } else {
+        noted = orlodbc::Interrupt::noteClassic(service, *c);
         bool listing = o.tables || !o.columnsOf.empty();
         if (o.sql.empty() && !listing)
             std::cout << "database: " << c->getDriverProperty(Driver::PROPERTY_KEY_DATABASE_TYPE) << std::endl;
-        if (!orlodbc::runStatements(*c, o.sql, std::cout, std::cerr, format))
+        if (!orlodbc::runStatements(*c, o.sql, std::cout, std::cerr, format)) {
             rc = fail(c, "statement failed");  // close rolls back what ran before it
-        else if (c->commit() != 1)
+        } else if (orlodbc::Interrupt::happened() || c->commit() != 1) {
             rc = fail(c, "commit failed");
-        else if (o.tables && !orlodbc::listTables(*c, o.schema, std::cout))
-            rc = fail(c, "cannot list tables");
-        else if (!o.columnsOf.empty() && !orlodbc::listColumns(*c, o.schema, o.columnsOf, std::cout))
-            rc = fail(c, "cannot list columns");
+        } else {
+            committed = true;
+            if (o.tables && !orlodbc::listTables(*c, o.schema, std::cout))
+                rc = fail(c, "cannot list tables");
+            else if (!o.columnsOf.empty() && !orlodbc::listColumns(*c, o.schema, o.columnsOf, std::cout))
+                rc = fail(c, "cannot list columns");
+        }
     }
-    host.driver()->releaseConnection(c);
+    orlodbc::Interrupt::forget(noted);
+    host.driver()->releaseConnection(c);  // rolls back what isn't committed
+    if (orlodbc::Interrupt::happened()) {
+        std::cerr << "orlodbc: interrupted; "
+                  << (committed ? "every statement was committed before it" : "nothing was committed") << std::endl;
+        return orlodbc::Interrupt::exitCode();
+    }
     return rc;
 }
+
+const CLI::Validator kSeconds(
+    [](std::string& text) {
+        if (text.empty() || text.size() > 10 || text.find_first_not_of("0123456789") != std::string::npos)
+            return std::string("seconds are plain digits");
+        return std::string();
+    },
+    "SECONDS");
 
 void addEndpoint(CLI::App& app, orlodbc::Endpoint& e, const std::string& prefix, const std::string& whose) {
     const bool plain = prefix.empty();
@@ -99,6 +122,14 @@ void addEndpoint(CLI::App& app, orlodbc::Endpoint& e, const std::string& prefix,
                    "configured database type keyword");
     app.add_flag(plain ? "--write-bigint-as-char" : "--" + prefix + "-write-bigint-as-char", e.writeBigIntAsChar,
                  "send 64-bit integers as text");
+    // Digits only, as the driver reads the properties: anything else would
+    // silently mean no timeout there.
+    app.add_option(plain ? "--login-timeout" : "--" + prefix + "-login-timeout", e.loginTimeout,
+                   "seconds to wait for the connect of " + whose + " (LoginTimeout; default: the driver's)")
+        ->check(kSeconds);
+    app.add_option(plain ? "--query-timeout" : "--" + prefix + "-query-timeout", e.queryTimeout,
+                   "seconds a statement of " + whose + " may run (QueryTimeout; default: no limit)")
+        ->check(kSeconds);
 }
 
 void addStatements(CLI::App& app, Options& o) {
@@ -231,10 +262,15 @@ int main(int argc, char** argv) {
         if (!host.load(o.driverPath, o.service)) {
             std::cerr << "orlodbc: " << host.why() << std::endl;
             rc = 2;
-        } else if (copyCmd->parsed()) {
-            rc = orlodbc::runCopy(host, copy, std::cout, std::cerr);
         } else {
-            rc = runConnection(host, o);
+            orlodbc::Interrupt::install(host);
+            rc = copyCmd->parsed() ? orlodbc::runCopy(host, copy, std::cout, std::cerr) : runConnection(host, o);
+            orlodbc::Interrupt::uninstall();
+            if (orlodbc::Interrupt::happened() && rc != orlodbc::Interrupt::exitCode()) {
+                // Only a copy still setting up ends here: later steps tell their own line.
+                std::cerr << "orlodbc: interrupted; no rows were copied" << std::endl;
+                rc = orlodbc::Interrupt::exitCode();
+            }
         }
     }
     LogServiceImpl::setSink(nullptr);

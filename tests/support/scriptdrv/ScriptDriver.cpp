@@ -27,6 +27,7 @@
 // "single" allows one active statement per connection: executing or scanning while
 // another statement's cursor is open (until SQLFreeStmt SQL_CLOSE or its release)
 // fails with HY000.
+// SQLDriverConnect writes its connection string, then connects as above.
 // At SQLExecute each bound timestamp, time, text or binary parameter is also
 // written as a "value param=N ..." line.
 #include <sql.h>
@@ -327,6 +328,27 @@ SQLRETURN SQL_API SQLConnect(SQLHDBC hdbc, SQLCHAR* dsn, SQLSMALLINT dsnLength, 
         return SQL_SUCCESS_WITH_INFO;
     }
     return SQL_SUCCESS;
+}
+
+// A connection string is written whole as one line, then connects as
+// SQLConnect with its DSN, UID and PWD (plain values, no braces).
+SQLRETURN SQL_API SQLDriverConnect(SQLHDBC hdbc, SQLHWND, SQLCHAR* in, SQLSMALLINT inLength, SQLCHAR* out,
+                                   SQLSMALLINT outMax, SQLSMALLINT* outLength, SQLUSMALLINT) {
+    const std::string text = Text(in, inLength);
+    Record("driverconnect %s", text.c_str());
+    std::string dsn, user, password;
+    for (const std::string& pair : Split(text, ';')) {
+        const size_t eq = pair.find('=');
+        if (eq == std::string::npos) continue;
+        const std::string key = pair.substr(0, eq), value = pair.substr(eq + 1);
+        if (key == "DSN") dsn = value;
+        if (key == "UID") user = value;
+        if (key == "PWD") password = value;
+    }
+    if (outLength) *outLength = 0;
+    if (out && outMax > 0) *out = 0;
+    return SQLConnect(hdbc, reinterpret_cast<SQLCHAR*>(&dsn[0]), SQL_NTS, reinterpret_cast<SQLCHAR*>(&user[0]),
+                      SQL_NTS, reinterpret_cast<SQLCHAR*>(&password[0]), SQL_NTS);
 }
 
 SQLRETURN SQL_API SQLDisconnect(SQLHDBC hdbc) {
