@@ -143,10 +143,14 @@ size_t Connection2Odbc::markersPerStatement() {
     if (SQLGetInfo(dbc, SQL_DBMS_NAME, name, sizeof name, &length) != SQL_SUCCESS) return markerLimit;
     for (char& c : name)
         if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
-    // PostgreSQL's protocol and MariaDB's prepared statements count a
-    // statement's parameters in 16 bits.
-    if (std::strstr(name, "POSTGRESQL") || std::strstr(name, "MARIADB") || std::strstr(name, "MYSQL"))
-        markerLimit = 65535;
+    // The servers count a statement's parameters in 16 bits, but their ODBC
+    // drivers give out sooner, measured: PostgreSQL's drops the connection
+    // ("connection lost") from 7,500 markers on, whatever the names and
+    // values; MariaDB's fails its allocation past 32,767.
+    if (std::strstr(name, "POSTGRESQL"))
+        markerLimit = 4096;
+    else if (std::strstr(name, "MARIADB") || std::strstr(name, "MYSQL"))
+        markerLimit = 32767;
     else if (std::strstr(name, "SQLITE"))
         markerLimit = sqliteMarkers(dbc);
     return markerLimit;

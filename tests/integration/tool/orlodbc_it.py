@@ -153,6 +153,21 @@ class Copy(unittest.TestCase):
         self.assertEqual(sums["0"], sums[None])
         self.assertEqual(sums["0"], sums["7"])
 
+    def test_wide_rows_stay_within_what_each_driver_takes(self):
+        # 40 columns: 500 rows a statement would be 20,000 markers, past what
+        # PostgreSQL's driver (7,500) and, at 1,000 rows, MariaDB's (32,767) take.
+        require(self, "sqlite", "pg", "maria")
+        cols = ", ".join("c%d INTEGER" % k for k in range(40))
+        sql("sqlite", "DROP TABLE IF EXISTS orl_tool_wide", "CREATE TABLE orl_tool_wide (%s)" % cols,
+            "INSERT INTO orl_tool_wide WITH RECURSIVE c(x) AS (SELECT 1 UNION ALL SELECT x + 1 FROM c WHERE x < 1500) "
+            "SELECT %s FROM c" % ", ".join("x + %d" % k for k in range(40)))
+        for dst, rows in (("pg", None), ("maria", "1000")):
+            with self.subTest(dst=dst):
+                extra = ["--create", "--drop-existing", "--verify", "--batch", "1500"]
+                p = self.copy("sqlite", dst, "orl_tool_wide", *(extra + (["--rows-per-statement", rows] if rows else [])))
+                self.assertIn("copied 1500 rows", p.stdout)
+                self.assertIn("verified 1500 rows", p.stdout)
+
     def test_progress_line_on_a_terminal_only(self):
         require(self, "sqlite", "sqlite_copy")
         make_source("sqlite", "orl_tool_types")
