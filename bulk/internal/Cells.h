@@ -6,11 +6,16 @@
 #include <sql.h>
 #include <sqlext.h>
 
+#include <cstddef>
 #include <cstdint>
 
 namespace KORVEL { namespace Orl { namespace DB {
 class DBError;
 namespace ODBC {
+
+// Bytes of a packed row ahead of its first value, for `columns` columns:
+// the offset table (one more than the columns) and the fixed part.
+constexpr long packedHeaderSize(size_t columns) { return static_cast<long>(4 * columns + 56); }
 
 // First read of a text column: a text of exactly this many bytes fails row by
 // row (it comes back truncated with a length that isn't above the buffer).

@@ -53,14 +53,34 @@ struct RowBlock {
         }
     }
 
+    // Forgets the block at a new result or a closed cursor; a cursor that
+    // was moved to re-read a cell gets its rowset size back.
+    void newResult(SQLHSTMT stmt);
+
     std::vector<BlockColumn> columns;
     SQLULEN rows = 0;     // SQL_ATTR_ROW_ARRAY_SIZE
     SQLULEN fetched = 0;  // rows of the last SQLFetch (SQL_ATTR_ROWS_FETCHED_PTR)
     SQLULEN current = 0;  // the row hasMoreData moved to
+    SQLULEN before = 0;   // rows of the result set ahead of the block
+    // How the cursor is put on a block's row so that a cell the block
+    // couldn't hold is read again as the row path reads it. Tried in this
+    // order at the first such cell, by what the driver does rather than what
+    // it claims: SQLFetchScroll to the row, one row a rowset and nothing
+    // bound (SQLite's and MariaDB's drivers; their SQLSetPos answers, then
+    // SQLGetData reads another row), then SQLSetPos where SQLGetData may
+    // follow it in a block (PostgreSQL's driver, which refuses the scroll on
+    // a forward-only cursor). After a scroll the cursor goes to the block's
+    // last row and the next fetch restores the block.
+    enum class Reposition : unsigned char { Untried, Scroll, SetPos, None };
+    Reposition reposition = Reposition::Untried;
+    bool positioned = false;  // the driver's cursor is on the current row
+    bool moved = false;       // the rowset is one row and no column is bound
+    SQLULEN at = 0;           // while moved: the row (from 1) the cursor is on
     bool bound = false;   // SQLBindCol done since the last unbind
     SQLRETURN fetchResult = SQL_SUCCESS;  // of the last SQLFetch
     std::vector<SQLUSMALLINT> status;     // SQL_ATTR_ROW_STATUS_PTR
     std::vector<void*> sources;           // where each value of a packed row comes from
+    std::vector<unsigned char> reread;    // per column: read again for the packed row being made
 
 private:
     std::vector<uint64_t> storage;  // 8-byte aligned for the numeric arrays
