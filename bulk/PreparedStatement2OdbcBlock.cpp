@@ -8,6 +8,7 @@
 // on) is read again by the column's own fetcher, the cursor put on its row.
 // A statement that can't be bound so, or a driver that refuses an attribute
 // or a binding, keeps the row-at-a-time reads, silently.
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -40,6 +41,10 @@ constexpr SQLULEN kBlockColumnLimit = 1024;
 // Least room of a text or binary cell. SQLite doesn't hold values to their
 // declared size; a short value that outgrows a tiny declaration still fits.
 constexpr SQLLEN kLeastCellRoom = 256;
+// Rooms of integers and times bound as text: the longest plain forms and the
+// NUL, a little over. A longer value is read again.
+constexpr SQLLEN kNumberTextRoom = 24;
+constexpr SQLLEN kTimeTextRoom = 32;
 
 typedef PreparedStatement2Odbc P;
 
@@ -49,16 +54,25 @@ bool isLong(SQLSMALLINT sqlType) {
 
 // The block form of a column of `kind`; false when it has none. The C types
 // and the decimal room are those its row-path fetcher asks SQLGetData for.
-bool blockColumnOf(ColumnKind kind, const P::DATA_XFER_SETTINGS& c, BlockColumn& out) {
+// With `textNumbers`, integers and times are bound as text and converted here.
+bool blockColumnOf(ColumnKind kind, const P::DATA_XFER_SETTINGS& c, bool textNumbers, BlockColumn& out) {
     out = BlockColumn();
     switch (kind) {
     case ColumnKind::None: return true;  // never read: NULL in every row
-    case ColumnKind::Int32: out = {CellKind::Fixed, SQL_C_SLONG, sizeof(SQLINTEGER)}; return true;
-    case ColumnKind::Int64: out = {CellKind::Fixed, SQL_C_SBIGINT, sizeof(SQLBIGINT)}; return true;
+    case ColumnKind::Int32:
+        out = textNumbers ? BlockColumn{CellKind::IntText, SQL_C_CHAR, kNumberTextRoom}
+                          : BlockColumn{CellKind::Fixed, SQL_C_SLONG, sizeof(SQLINTEGER)};
+        return true;
+    case ColumnKind::Int64:
+        out = textNumbers ? BlockColumn{CellKind::IntText, SQL_C_CHAR, kNumberTextRoom}
+                          : BlockColumn{CellKind::Fixed, SQL_C_SBIGINT, sizeof(SQLBIGINT)};
+        out.wide = true;
+        return true;
     case ColumnKind::Double: out = {CellKind::Fixed, SQL_C_DOUBLE, sizeof(SQLDOUBLE)}; return true;
     case ColumnKind::Bit: out = {CellKind::Fixed, SQL_C_BIT, sizeof(SQLCHAR)}; return true;
     case ColumnKind::Timestamp:
-        out = {CellKind::Time, SQL_C_TYPE_TIMESTAMP, sizeof(SQL_TIMESTAMP_STRUCT)};
+        out = textNumbers ? BlockColumn{CellKind::TimeText, SQL_C_CHAR, kTimeTextRoom}
+                          : BlockColumn{CellKind::Time, SQL_C_TYPE_TIMESTAMP, sizeof(SQL_TIMESTAMP_STRUCT)};
         return true;
     case ColumnKind::DecimalText: out = {CellKind::Decimal, SQL_C_CHAR, kDecimalTextRoom}; return true;
     case ColumnKind::Text:
@@ -74,6 +88,41 @@ bool blockColumnOf(ColumnKind kind, const P::DATA_XFER_SETTINGS& c, BlockColumn&
     case ColumnKind::Date: break;
     }
     return false;
+}
+
+// Whether integers and times are read as text and converted here: on
+// SQLite, whose driver's own conversions to SQL_C_SLONG, SQL_C_SBIGINT and
+// SQL_C_TYPE_TIMESTAMP cost more than the whole read of the text. Doubles
+// stay binary: the driver's text of a double has fewer digits than it.
+bool readsNumbersAsText(SQLHDBC dbc) {
+    char name[32] = "";
+    SQLSMALLINT length = 0;
+    return SQLGetInfo(dbc, SQL_DBMS_NAME, name, sizeof name, &length) == SQL_SUCCESS &&
+           std::strcmp(name, "SQLite") == 0;
+}
+
+// The value of an integer or time cell bound as text, when it has a plain
+// form; false sends the cell to be read again with the driver's conversion.
+inline bool decodes(const BlockColumn& c, const unsigned char* cell, SQLLEN got, int64_t& number,
+                    SQL_TIMESTAMP_STRUCT& ts) {
+    const char* text = reinterpret_cast<const char*>(cell);
+    switch (c.kind) {
+    case CellKind::IntText:
+        return c.wide ? plainInteger(text, got, INT64_MIN, INT64_MAX, number)
+                      : plainInteger(text, got, INT32_MIN, INT32_MAX, number);
+    case CellKind::TimeText: return plainTimestamp(text, got, ts);
+    default: return true;
+    }
+}
+
+// As SQLGetData stores an SQL_C_SLONG or SQL_C_SBIGINT.
+inline void storeInteger(const BlockColumn& c, int64_t number, void* target) {
+    if (c.wide) {
+        std::memcpy(target, &number, sizeof number);
+    } else {
+        const int32_t narrow = static_cast<int32_t>(number);
+        std::memcpy(target, &narrow, sizeof narrow);
+    }
 }
 
 // Whether SQLGetData reads the row SQLSetPos chose within a block of bound
@@ -95,8 +144,9 @@ void PreparedStatement2Odbc::setUpRowBlock() {
     try {
         std::unique_ptr<RowBlock> block(new RowBlock);
         block->columns.resize(columns.size());
+        const bool textNumbers = readsNumbersAsText(connection->handle());
         for (size_t j = 0; j < columns.size(); ++j)
-            if (!blockColumnOf(kinds[j], columns[j], block->columns[j])) return;
+            if (!blockColumnOf(kinds[j], columns[j], textNumbers, block->columns[j])) return;
         if (!block->allocate(rows)) return;
         rowBlock = std::move(block);
     } catch (const std::bad_alloc&) {
@@ -279,7 +329,10 @@ RowInternal2* PreparedStatement2Odbc::packBlockRow(DBError* error) {
             lengths[j] = 0;
             continue;
         }
-        if (!b.servable(j)) {
+        unsigned char* cell = b.cell(j);
+        int64_t number = 0;
+        SQL_TIMESTAMP_STRUCT ts;
+        if (!b.servable(j) || !decodes(c, cell, got, number, ts)) {
             if (!positionOnBlockRow()) {
                 freeReread();
                 reportCut(error, b, stmt);
@@ -309,7 +362,6 @@ RowInternal2* PreparedStatement2Odbc::packBlockRow(DBError* error) {
             running += length;
             continue;
         }
-        unsigned char* cell = b.cell(j);
         void* source = valueBuffers[j];
         long length = static_cast<long>(got);
         switch (c.kind) {
@@ -325,6 +377,13 @@ RowInternal2* PreparedStatement2Odbc::packBlockRow(DBError* error) {
             if (storeTimeValue(columnTypes[j], ts, valueBuffers[j])) length = 8;
             break;
         }
+        case CellKind::IntText:
+            storeInteger(c, number, valueBuffers[j]);
+            length = c.wide ? 8 : 4;
+            break;
+        case CellKind::TimeText:
+            if (storeTimeValue(columnTypes[j], ts, valueBuffers[j])) length = 8;
+            break;
         case CellKind::Decimal: {
             // A fixed decimal goes through a scratch, as row by row: a text
             // the parser refuses leaves the column's buffer as it was.
@@ -377,7 +436,10 @@ int PreparedStatement2Odbc::blockValues(std::vector<DataValue>& values, DBError*
             continue;
         }
         // Earlier columns stay filled, as when the row-at-a-time read fails.
-        if (!b.servable(j)) {
+        unsigned char* cell = b.cell(j);
+        int64_t number = 0;
+        SQL_TIMESTAMP_STRUCT ts;
+        if (!b.servable(j) || !decodes(c, cell, got, number, ts)) {
             if (!positionOnBlockRow()) {
                 reportCut(error, b, stmt);
                 return -1;
@@ -386,7 +448,6 @@ int PreparedStatement2Odbc::blockValues(std::vector<DataValue>& values, DBError*
             continue;
         }
         const unsigned int word = columnTypes[j];
-        unsigned char* cell = b.cell(j);
         switch (c.kind) {
         case CellKind::Fixed:
             std::memcpy(static_cast<void*>(&value), cell, static_cast<size_t>(c.stride));
@@ -397,6 +458,8 @@ int PreparedStatement2Odbc::blockValues(std::vector<DataValue>& values, DBError*
             storeTimeValue(word, ts, &value);
             break;
         }
+        case CellKind::IntText: storeInteger(c, number, &value); break;
+        case CellKind::TimeText: storeTimeValue(word, ts, &value); break;
         case CellKind::Decimal: {
             long length = 0;
             if (packDecimalText(word, reinterpret_cast<const char*>(cell), &value, length, error) != 0) return -1;

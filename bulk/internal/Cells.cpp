@@ -93,6 +93,76 @@ bool storeTimeValue(unsigned int word, const SQL_TIMESTAMP_STRUCT& ts, void* tar
     return true;
 }
 
+bool plainInteger(const char* text, SQLLEN length, int64_t least, int64_t most, int64_t& out) {
+    const char* p = text;
+    const char* end = text + length;
+    const bool negative = p < end && *p == '-';
+    if (negative) ++p;
+    const SQLLEN digits = end - p;
+    if (digits < 1 || digits > 18 || (*p == '0' && (digits > 1 || negative))) return false;
+    int64_t value = 0;
+    for (; p < end; ++p) {
+        const unsigned d = static_cast<unsigned char>(*p) - '0';
+        if (d > 9) return false;
+        value = value * 10 + d;
+    }
+    if (negative) value = -value;
+    if (value < least || value > most) return false;
+    out = value;
+    return true;
+}
+
+namespace {
+
+// `n` digits at `p` as a number; false at anything but a digit.
+bool digitsAt(const char* p, int n, unsigned& out) {
+    unsigned value = 0;
+    for (int k = 0; k < n; ++k) {
+        const unsigned d = static_cast<unsigned char>(p[k]) - '0';
+        if (d > 9) return false;
+        value = value * 10 + d;
+    }
+    out = value;
+    return true;
+}
+
+unsigned daysIn(unsigned year, unsigned month) {
+    static const unsigned days[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+    const bool leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
+    return month == 2 && leap ? 29 : days[month - 1];
+}
+
+} // namespace
+
+bool plainTimestamp(const char* text, SQLLEN length, SQL_TIMESTAMP_STRUCT& ts) {
+    unsigned year, month, day, hour = 0, minute = 0, second = 0, fraction = 0;
+    if (length != 10 && length < 19) return false;
+    if (text[4] != '-' || text[7] != '-' || !digitsAt(text, 4, year) || !digitsAt(text + 5, 2, month) ||
+        !digitsAt(text + 8, 2, day))
+        return false;
+    if (year == 0 || month < 1 || month > 12 || day < 1 || day > daysIn(year, month)) return false;
+    if (length > 10) {
+        if (text[10] != ' ' || text[13] != ':' || text[16] != ':' || !digitsAt(text + 11, 2, hour) ||
+            !digitsAt(text + 14, 2, minute) || !digitsAt(text + 17, 2, second))
+            return false;
+        if (hour > 23 || minute > 59 || second > 59) return false;
+        if (length > 19) {
+            const SQLLEN places = length - 20;
+            if (text[19] != '.' || places < 1 || places > 9 || !digitsAt(text + 20, static_cast<int>(places), fraction))
+                return false;
+            for (SQLLEN k = places; k < 9; ++k) fraction *= 10;
+        }
+    }
+    ts.year = static_cast<SQLSMALLINT>(year);
+    ts.month = static_cast<SQLUSMALLINT>(month);
+    ts.day = static_cast<SQLUSMALLINT>(day);
+    ts.hour = static_cast<SQLUSMALLINT>(hour);
+    ts.minute = static_cast<SQLUSMALLINT>(minute);
+    ts.second = static_cast<SQLUSMALLINT>(second);
+    ts.fraction = fraction;
+    return true;
+}
+
 int packDecimalText(unsigned int word, const char* text, void* target, long& length, DBError* error) {
     const unsigned long room = typeOf(word) == FIXEDDECIMAL ? 24 : 8;
     const char* message = nullptr;

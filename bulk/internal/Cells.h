@@ -33,6 +33,18 @@ bool storeTimeValue(unsigned int word, const SQL_TIMESTAMP_STRUCT& ts, void* tar
 // the parser refuses: source "dbaccess", its message, -1.
 int packDecimalText(unsigned int word, const char* text, void* target, long& length, DBError* error);
 
+// Numbers and times that a block reads as text and converts itself, where
+// the driver's own conversion costs more than the read (SQLite's). Only
+// the plainest forms are taken, those the driver is known to convert to the
+// same value: anything else, false, is read again with the driver's
+// conversion. An integer: an optional '-' and at most 18 digits, no
+// leading zero, "-0" not, within [`least`, `most`].
+bool plainInteger(const char* text, SQLLEN length, int64_t least, int64_t most, int64_t& out);
+// A timestamp: "YYYY-MM-DD", "YYYY-MM-DD HH:MM:SS" or that with a '.' and
+// 1 to 9 digits of fraction, a real date of the years 1 to 9999, hours to 23,
+// minutes and seconds to 59.
+bool plainTimestamp(const char* text, SQLLEN length, SQL_TIMESTAMP_STRUCT& ts);
+
 // The ODBC timestamp of a DATE (seconds), TIMESTAMP (milliseconds) or
 // BIGDATETIME (microseconds) value by the low byte of `word`, in UTC; before
 // 1970 the fraction counts forward from the earlier whole second. False when

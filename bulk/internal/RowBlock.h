@@ -14,13 +14,15 @@
 
 namespace KORVEL { namespace Orl { namespace DB { namespace ODBC {
 
-// How a column is bound and served, one kind per fetcher family.
-enum class CellKind : unsigned char { Skip, Fixed, Time, Decimal, Text, Binary };
+// How a column is bound and served. IntText and TimeText: an integer or a
+// time bound as text and converted here (see plainInteger).
+enum class CellKind : unsigned char { Skip, Fixed, Time, Decimal, Text, Binary, IntText, TimeText };
 
 struct BlockColumn {
     CellKind kind = CellKind::Skip;
     SQLSMALLINT cType = 0;
     SQLLEN stride = 0;              // bytes per row
+    bool wide = false;              // IntText: 64 bits, else 32
     unsigned char* data = nullptr;  // rows * stride bytes, inside the block's storage
     SQLLEN* lengths = nullptr;      // one per row
     unsigned char* packed = nullptr;  // binary: room for one value in packed form
@@ -47,6 +49,8 @@ struct RowBlock {
         if (n < 0) return false;  // SQL_NO_TOTAL, on which the row-at-a-time reads fail too
         switch (c.kind) {
         case CellKind::Text: return n < c.stride && n != kTextFirstRead;
+        case CellKind::IntText:
+        case CellKind::TimeText: return n < c.stride;
         case CellKind::Binary: return n <= c.stride;
         case CellKind::Decimal: return n < kDecimalTextRoom;
         default: return true;
