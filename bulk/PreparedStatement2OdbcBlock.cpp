@@ -39,10 +39,13 @@ bool getsBlock(unsigned int word) {
 // of its rows, so room times rows is its memory.
 constexpr SQLULEN kBlockColumnLimit = 1024;
 // Least room of a text or binary cell. SQLite doesn't hold values to their
-// declared size; a short value that outgrows a tiny declaration still fits.
-constexpr SQLLEN kLeastCellRoom = 256;
-// Rooms of integers and times bound as text: the longest plain forms and the
-// NUL, a little over. A longer value is read again.
+// declared size; a short value that outgrows a tiny declaration still fits
+// without being read again. Not more: SQLite's driver pads every cell to it.
+constexpr SQLLEN kLeastCellRoom = 64;
+// Rooms of numbers and times bound as text: the longest plain forms and the
+// NUL (SQLite prints a double with 15 digits), a little over; the driver
+// pads each cell to its room. A longer value is read again.
+constexpr SQLLEN kInt32TextRoom = 16;
 constexpr SQLLEN kNumberTextRoom = 24;
 constexpr SQLLEN kTimeTextRoom = 32;
 
@@ -60,7 +63,7 @@ bool blockColumnOf(ColumnKind kind, const P::DATA_XFER_SETTINGS& c, bool textNum
     switch (kind) {
     case ColumnKind::None: return true;  // never read: NULL in every row
     case ColumnKind::Int32:
-        out = textNumbers ? BlockColumn{CellKind::IntText, SQL_C_CHAR, kNumberTextRoom}
+        out = textNumbers ? BlockColumn{CellKind::IntText, SQL_C_CHAR, kInt32TextRoom}
                           : BlockColumn{CellKind::Fixed, SQL_C_SLONG, sizeof(SQLINTEGER)};
         return true;
     case ColumnKind::Int64:
@@ -68,7 +71,10 @@ bool blockColumnOf(ColumnKind kind, const P::DATA_XFER_SETTINGS& c, bool textNum
                           : BlockColumn{CellKind::Fixed, SQL_C_SBIGINT, sizeof(SQLBIGINT)};
         out.wide = true;
         return true;
-    case ColumnKind::Double: out = {CellKind::Fixed, SQL_C_DOUBLE, sizeof(SQLDOUBLE)}; return true;
+    case ColumnKind::Double:
+        out = textNumbers ? BlockColumn{CellKind::DoubleText, SQL_C_CHAR, kNumberTextRoom}
+                          : BlockColumn{CellKind::Fixed, SQL_C_DOUBLE, sizeof(SQLDOUBLE)};
+        return true;
     case ColumnKind::Bit: out = {CellKind::Fixed, SQL_C_BIT, sizeof(SQLCHAR)}; return true;
     case ColumnKind::Timestamp:
         out = textNumbers ? BlockColumn{CellKind::TimeText, SQL_C_CHAR, kTimeTextRoom}
@@ -90,29 +96,15 @@ bool blockColumnOf(ColumnKind kind, const P::DATA_XFER_SETTINGS& c, bool textNum
     return false;
 }
 
-// Whether integers and times are read as text and converted here: on
-// SQLite, whose driver's own conversions to SQL_C_SLONG, SQL_C_SBIGINT and
-// SQL_C_TYPE_TIMESTAMP cost more than the whole read of the text. Doubles
-// stay binary: the driver's text of a double has fewer digits than it.
+// Whether numbers and times are read as text and converted here: on SQLite,
+// whose driver's own conversions to SQL_C_SLONG, SQL_C_SBIGINT, SQL_C_DOUBLE
+// and SQL_C_TYPE_TIMESTAMP cost more than the whole read of the text. Its
+// double is strtod of the very text it gives for SQL_C_CHAR.
 bool readsNumbersAsText(SQLHDBC dbc) {
     char name[32] = "";
     SQLSMALLINT length = 0;
     return SQLGetInfo(dbc, SQL_DBMS_NAME, name, sizeof name, &length) == SQL_SUCCESS &&
            std::strcmp(name, "SQLite") == 0;
-}
-
-// The value of an integer or time cell bound as text, when it has a plain
-// form; false sends the cell to be read again with the driver's conversion.
-inline bool decodes(const BlockColumn& c, const unsigned char* cell, SQLLEN got, int64_t& number,
-                    SQL_TIMESTAMP_STRUCT& ts) {
-    const char* text = reinterpret_cast<const char*>(cell);
-    switch (c.kind) {
-    case CellKind::IntText:
-        return c.wide ? plainInteger(text, got, INT64_MIN, INT64_MAX, number)
-                      : plainInteger(text, got, INT32_MIN, INT32_MAX, number);
-    case CellKind::TimeText: return plainTimestamp(text, got, ts);
-    default: return true;
-    }
 }
 
 // As SQLGetData stores an SQL_C_SLONG or SQL_C_SBIGINT.
@@ -331,8 +323,9 @@ RowInternal2* PreparedStatement2Odbc::packBlockRow(DBError* error) {
         }
         unsigned char* cell = b.cell(j);
         int64_t number = 0;
+        double real = 0;
         SQL_TIMESTAMP_STRUCT ts;
-        if (!b.servable(j) || !decodes(c, cell, got, number, ts)) {
+        if (!b.servable(j, number, real, ts)) {
             if (!positionOnBlockRow()) {
                 freeReread();
                 reportCut(error, b, stmt);
@@ -380,6 +373,10 @@ RowInternal2* PreparedStatement2Odbc::packBlockRow(DBError* error) {
         case CellKind::IntText:
             storeInteger(c, number, valueBuffers[j]);
             length = c.wide ? 8 : 4;
+            break;
+        case CellKind::DoubleText:
+            std::memcpy(valueBuffers[j], &real, sizeof real);
+            length = sizeof real;
             break;
         case CellKind::TimeText:
             if (storeTimeValue(columnTypes[j], ts, valueBuffers[j])) length = 8;
@@ -438,8 +435,9 @@ int PreparedStatement2Odbc::blockValues(std::vector<DataValue>& values, DBError*
         // Earlier columns stay filled, as when the row-at-a-time read fails.
         unsigned char* cell = b.cell(j);
         int64_t number = 0;
+        double real = 0;
         SQL_TIMESTAMP_STRUCT ts;
-        if (!b.servable(j) || !decodes(c, cell, got, number, ts)) {
+        if (!b.servable(j, number, real, ts)) {
             if (!positionOnBlockRow()) {
                 reportCut(error, b, stmt);
                 return -1;
@@ -459,6 +457,7 @@ int PreparedStatement2Odbc::blockValues(std::vector<DataValue>& values, DBError*
             break;
         }
         case CellKind::IntText: storeInteger(c, number, &value); break;
+        case CellKind::DoubleText: std::memcpy(static_cast<void*>(&value), &real, sizeof real); break;
         case CellKind::TimeText: storeTimeValue(word, ts, &value); break;
         case CellKind::Decimal: {
             long length = 0;

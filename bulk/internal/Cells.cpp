@@ -1,5 +1,7 @@
 #include "bulk/internal/Cells.h"
 
+#include <charconv>
+#include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <ctime>
@@ -114,8 +116,88 @@ bool plainInteger(const char* text, SQLLEN length, int64_t least, int64_t most, 
 
 namespace {
 
+// Powers of ten that a double holds exactly.
+const double kExactTens[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
+                             1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+
+// A decimal text whose digits make an integer of at most 2^53 and whose
+// power of ten is at most 22 either way: one multiplication or division of
+// two exact doubles, which IEEE arithmetic rounds correctly, as strtod does.
+// False when the text is longer or not of the form
+// "[-]digits[.digits][e[+-]digits]".
+bool shortDecimal(const char* p, const char* end, double& out) {
+    const bool negative = p < end && *p == '-';
+    if (negative) ++p;
+    uint64_t mantissa = 0;
+    const char* q = p;
+    for (unsigned d; q < end && (d = static_cast<unsigned char>(*q) - '0') <= 9; ++q) mantissa = mantissa * 10 + d;
+    long digits = q - p;
+    int exponent = 0;
+    if (q < end && *q == '.') {
+        const char* f = ++q;
+        for (unsigned d; q < end && (d = static_cast<unsigned char>(*q) - '0') <= 9; ++q) mantissa = mantissa * 10 + d;
+        digits += q - f;
+        exponent = -static_cast<int>(q - f);
+    }
+    // Up to 19 digits can't overflow the mantissa.
+    if (digits == 0 || digits > 19 || mantissa > (uint64_t(1) << 53)) return false;
+    if (q < end) {
+        if (*q != 'e' && *q != 'E') return false;
+        ++q;
+        const bool down = q < end && *q == '-';
+        if (q < end && (*q == '-' || *q == '+')) ++q;
+        if (q == end || end - q > 4) return false;
+        int e = 0;
+        for (; q < end; ++q) {
+            const unsigned d = static_cast<unsigned char>(*q) - '0';
+            if (d > 9) return false;
+            e = e * 10 + static_cast<int>(d);
+        }
+        exponent += down ? -e : e;
+    }
+    double value = static_cast<double>(mantissa);
+    if (mantissa != 0) {
+        if (exponent < -22 || exponent > 22) return false;
+        value = exponent < 0 ? value / kExactTens[-exponent] : value * kExactTens[exponent];
+    }
+    out = negative ? -value : value;
+    return true;
+}
+
+} // namespace
+
+bool plainDouble(const char* text, SQLLEN length, double& out) {
+    if (length < 1) return false;
+    // Its own grammar is a narrower one than the one below.
+    if (shortDecimal(text, text + length, out)) return true;
+    for (SQLLEN k = 0; k < length; ++k) {
+        const char c = text[k];
+        const bool exponentSign = c == '+' && k > 0 && (text[k - 1] == 'e' || text[k - 1] == 'E');
+        if (!((c >= '0' && c <= '9') || c == '.' || c == '-' || c == 'e' || c == 'E' || exponentSign)) return false;
+    }
+    double value = 0;
+    const std::from_chars_result r = std::from_chars(text, text + length, value, std::chars_format::general);
+    if (r.ec != std::errc() || r.ptr != text + length || !std::isfinite(value)) return false;
+    out = value;
+    return true;
+}
+
+namespace {
+
 // `n` digits at `p` as a number; false at anything but a digit.
-bool digitsAt(const char* p, int n, unsigned& out) {
+template <int N>
+inline bool digitsAt(const char* p, unsigned& out) {
+    unsigned value = 0, bad = 0;
+    for (int k = 0; k < N; ++k) {
+        const unsigned d = static_cast<unsigned char>(p[k]) - '0';
+        bad |= d > 9;
+        value = value * 10 + d;
+    }
+    out = value;
+    return bad == 0;
+}
+
+inline bool digitsAt(const char* p, int n, unsigned& out) {
     unsigned value = 0;
     for (int k = 0; k < n; ++k) {
         const unsigned d = static_cast<unsigned char>(p[k]) - '0';
@@ -137,13 +219,13 @@ unsigned daysIn(unsigned year, unsigned month) {
 bool plainTimestamp(const char* text, SQLLEN length, SQL_TIMESTAMP_STRUCT& ts) {
     unsigned year, month, day, hour = 0, minute = 0, second = 0, fraction = 0;
     if (length != 10 && length < 19) return false;
-    if (text[4] != '-' || text[7] != '-' || !digitsAt(text, 4, year) || !digitsAt(text + 5, 2, month) ||
-        !digitsAt(text + 8, 2, day))
+    if (text[4] != '-' || text[7] != '-' || !digitsAt<4>(text, year) || !digitsAt<2>(text + 5, month) ||
+        !digitsAt<2>(text + 8, day))
         return false;
     if (year == 0 || month < 1 || month > 12 || day < 1 || day > daysIn(year, month)) return false;
     if (length > 10) {
-        if (text[10] != ' ' || text[13] != ':' || text[16] != ':' || !digitsAt(text + 11, 2, hour) ||
-            !digitsAt(text + 14, 2, minute) || !digitsAt(text + 17, 2, second))
+        if (text[10] != ' ' || text[13] != ':' || text[16] != ':' || !digitsAt<2>(text + 11, hour) ||
+            !digitsAt<2>(text + 14, minute) || !digitsAt<2>(text + 17, second))
             return false;
         if (hour > 23 || minute > 59 || second > 59) return false;
         if (length > 19) {

@@ -40,6 +40,11 @@ int packDecimalText(unsigned int word, const char* text, void* target, long& len
 // conversion. An integer: an optional '-' and at most 18 digits, no
 // leading zero, "-0" not, within [`least`, `most`].
 bool plainInteger(const char* text, SQLLEN length, int64_t least, int64_t most, int64_t& out);
+// A double: the text SQLite's driver itself hands to strtod for an
+// SQL_C_DOUBLE, read as strtod reads it in the C locale, correctly rounded.
+// Taken: digits, '.', an exponent, '-' signs and '+' after the exponent's
+// 'e' only, the whole text, a finite value.
+bool plainDouble(const char* text, SQLLEN length, double& out);
 // A timestamp: "YYYY-MM-DD", "YYYY-MM-DD HH:MM:SS" or that with a '.' and
 // 1 to 9 digits of fraction, a real date of the years 1 to 9999, hours to 23,
 // minutes and seconds to 59.

@@ -16,7 +16,7 @@ namespace KORVEL { namespace Orl { namespace DB { namespace ODBC {
 
 // How a column is bound and served. IntText and TimeText: an integer or a
 // time bound as text and converted here (see plainInteger).
-enum class CellKind : unsigned char { Skip, Fixed, Time, Decimal, Text, Binary, IntText, TimeText };
+enum class CellKind : unsigned char { Skip, Fixed, Time, Decimal, Text, Binary, IntText, DoubleText, TimeText };
 
 struct BlockColumn {
     CellKind kind = CellKind::Skip;
@@ -38,21 +38,26 @@ struct RowBlock {
         return columns[column].data + current * static_cast<SQLULEN>(columns[column].stride);
     }
     SQLLEN length(size_t column) const { return columns[column].lengths[current]; }
-    // True when the current row's value of `column` reads from the block
-    // exactly as SQLGetData gives it row by row: not cut at the block's room,
-    // and not of a length at which the row-at-a-time read fails.
-    // Inline: it runs for every cell of every row.
-    bool servable(size_t column) const {
+    // True when the current row's value of `column`, not NULL, reads from
+    // the block exactly as SQLGetData gives it row by row: not cut at the
+    // block's room, not of a length at which the row-at-a-time read fails,
+    // and for a number or time bound as text, of a plain form, whose value
+    // it leaves in `number`, `real` or `ts`. Inline: it runs for every cell
+    // of every row.
+    bool servable(size_t column, int64_t& number, double& real, SQL_TIMESTAMP_STRUCT& ts) const {
         const BlockColumn& c = columns[column];
         const SQLLEN n = c.lengths[current];
-        if (c.kind == CellKind::Skip || n == SQL_NULL_DATA) return true;
         if (n < 0) return false;  // SQL_NO_TOTAL, on which the row-at-a-time reads fail too
+        const char* text = reinterpret_cast<const char*>(cell(column));
         switch (c.kind) {
         case CellKind::Text: return n < c.stride && n != kTextFirstRead;
-        case CellKind::IntText:
-        case CellKind::TimeText: return n < c.stride;
         case CellKind::Binary: return n <= c.stride;
         case CellKind::Decimal: return n < kDecimalTextRoom;
+        case CellKind::IntText:
+            return n < c.stride && (c.wide ? plainInteger(text, n, INT64_MIN, INT64_MAX, number)
+                                           : plainInteger(text, n, INT32_MIN, INT32_MAX, number));
+        case CellKind::DoubleText: return n < c.stride && plainDouble(text, n, real);
+        case CellKind::TimeText: return n < c.stride && plainTimestamp(text, n, ts);
         default: return true;
         }
     }
