@@ -313,17 +313,21 @@ RowInternal2* PreparedStatement2Odbc::packBlockRow(DBError* error) {
             b.reread[k] = 0;
         }
     };
+    // Raw pointers: the stores below would otherwise reload each vector's.
+    void** sources = b.sources.data();
+    int* rowOffsets = offsets.data();
+    long* rowLengths = lengths.data();
     for (size_t j = 0; j < n; ++j) {
         const BlockColumn& c = b.columns[j];
         const SQLLEN got = c.kind == CellKind::Skip ? SQL_NULL_DATA : b.length(j);
         if (got == SQL_NULL_DATA) {
-            offsets[j] = 0;
-            lengths[j] = 0;
+            rowOffsets[j] = 0;
+            rowLengths[j] = 0;
             continue;
         }
         unsigned char* cell = b.cell(j);
-        int64_t number = 0;
-        double real = 0;
+        int64_t number;  // set by servable for the kinds that read them
+        double real;
         SQL_TIMESTAMP_STRUCT ts;
         if (!b.servable(j, number, real, ts)) {
             if (!positionOnBlockRow()) {
@@ -406,9 +410,9 @@ RowInternal2* PreparedStatement2Odbc::packBlockRow(DBError* error) {
         case CellKind::Skip:
             break;
         }
-        b.sources[j] = source;
-        offsets[j] = static_cast<int>(running);
-        lengths[j] = length;
+        sources[j] = source;
+        rowOffsets[j] = static_cast<int>(running);
+        rowLengths[j] = length;
         running += length;
     }
     offsets[n] = static_cast<int>(running);

@@ -185,19 +185,7 @@ bool plainDouble(const char* text, SQLLEN length, double& out) {
 namespace {
 
 // `n` digits at `p` as a number; false at anything but a digit.
-template <int N>
-inline bool digitsAt(const char* p, unsigned& out) {
-    unsigned value = 0, bad = 0;
-    for (int k = 0; k < N; ++k) {
-        const unsigned d = static_cast<unsigned char>(p[k]) - '0';
-        bad |= d > 9;
-        value = value * 10 + d;
-    }
-    out = value;
-    return bad == 0;
-}
-
-inline bool digitsAt(const char* p, int n, unsigned& out) {
+bool digitsAt(const char* p, int n, unsigned& out) {
     unsigned value = 0;
     for (int k = 0; k < n; ++k) {
         const unsigned d = static_cast<unsigned char>(p[k]) - '0';
@@ -217,23 +205,32 @@ unsigned daysIn(unsigned year, unsigned month) {
 } // namespace
 
 bool plainTimestamp(const char* text, SQLLEN length, SQL_TIMESTAMP_STRUCT& ts) {
-    unsigned year, month, day, hour = 0, minute = 0, second = 0, fraction = 0;
     if (length != 10 && length < 19) return false;
-    if (text[4] != '-' || text[7] != '-' || !digitsAt<4>(text, year) || !digitsAt<2>(text + 5, month) ||
-        !digitsAt<2>(text + 8, day))
-        return false;
-    if (year == 0 || month < 1 || month > 12 || day < 1 || day > daysIn(year, month)) return false;
+    unsigned bad = 0;
+    // Two digits at `at`; a non-digit sets `bad`.
+    auto two = [text, &bad](int at) {
+        const unsigned high = static_cast<unsigned char>(text[at]) - '0';
+        const unsigned low = static_cast<unsigned char>(text[at + 1]) - '0';
+        bad |= (high > 9) | (low > 9);
+        return high * 10 + low;
+    };
+    const unsigned year = two(0) * 100 + two(2), month = two(5), day = two(8);
+    unsigned hour = 0, minute = 0, second = 0, fraction = 0;
+    bad |= (text[4] != '-') | (text[7] != '-');
     if (length > 10) {
-        if (text[10] != ' ' || text[13] != ':' || text[16] != ':' || !digitsAt<2>(text + 11, hour) ||
-            !digitsAt<2>(text + 14, minute) || !digitsAt<2>(text + 17, second))
+        hour = two(11);
+        minute = two(14);
+        second = two(17);
+        bad |= (text[10] != ' ') | (text[13] != ':') | (text[16] != ':');
+    }
+    if (bad != 0 || year == 0 || month < 1 || month > 12 || day < 1 || day > daysIn(year, month) || hour > 23 ||
+        minute > 59 || second > 59)
+        return false;
+    if (length > 19) {
+        const SQLLEN places = length - 20;
+        if (text[19] != '.' || places < 1 || places > 9 || !digitsAt(text + 20, static_cast<int>(places), fraction))
             return false;
-        if (hour > 23 || minute > 59 || second > 59) return false;
-        if (length > 19) {
-            const SQLLEN places = length - 20;
-            if (text[19] != '.' || places < 1 || places > 9 || !digitsAt(text + 20, static_cast<int>(places), fraction))
-                return false;
-            for (SQLLEN k = places; k < 9; ++k) fraction *= 10;
-        }
+        for (SQLLEN k = places; k < 9; ++k) fraction *= 10;
     }
     ts.year = static_cast<SQLSMALLINT>(year);
     ts.month = static_cast<SQLUSMALLINT>(month);
