@@ -204,7 +204,6 @@ int PreparedStatement2Odbc::fetchBlock(bool& more, DBError* error) {
     b.fetched = 0;
     b.current = 0;
     SQLRETURN rc = SQLFetch(stmt);
-    b.fetchResult = rc;
     if (rc == SQL_NO_DATA) {
         b.fetched = 0;
         return 0;
@@ -282,11 +281,9 @@ namespace {
 // would, on a driver whose cursor can't be put on the row to read it again:
 // that read fails on it with a truncation (a text of exactly 128 bytes, a
 // decimal text of 32 characters or more), or the value outgrew its room.
-// The driver's own words are used when the fetch left them.
-void reportCut(DBError* error, const RowBlock& b, SQLHSTMT stmt) {
-    if (b.fetchResult == SQL_SUCCESS_WITH_INFO) reportOdbc(error, SQL_HANDLE_STMT, stmt, SQL_SUCCESS_WITH_INFO);
-    else reportTruncation(error);
-}
+// The fetch's own record is gone with the calls that tried to move the
+// cursor, and may be another row's: the words are ours.
+void reportCut(DBError* error) { reportTruncation(error); }
 
 // A row the driver marks as failed: its diagnostic, as the fetch left it.
 bool rowFailed(const RowBlock& b) {
@@ -332,7 +329,7 @@ RowInternal2* PreparedStatement2Odbc::packBlockRow(DBError* error) {
         if (!b.servable(j, number, real, ts)) {
             if (!positionOnBlockRow()) {
                 freeReread();
-                reportCut(error, b, stmt);
+                reportCut(error);
                 return nullptr;
             }
             const unsigned int word = columnTypes[j];
@@ -443,7 +440,7 @@ int PreparedStatement2Odbc::blockValues(std::vector<DataValue>& values, DBError*
         SQL_TIMESTAMP_STRUCT ts;
         if (!b.servable(j, number, real, ts)) {
             if (!positionOnBlockRow()) {
-                reportCut(error, b, stmt);
+                reportCut(error);
                 return -1;
             }
             if (fetchValue(j, value, error) != 0) return -1;

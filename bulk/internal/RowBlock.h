@@ -86,7 +86,6 @@ struct RowBlock {
     bool moved = false;       // the rowset is one row and no column is bound
     SQLULEN at = 0;           // while moved: the row (from 1) the cursor is on
     bool bound = false;   // SQLBindCol done since the last unbind
-    SQLRETURN fetchResult = SQL_SUCCESS;  // of the last SQLFetch
     std::vector<SQLUSMALLINT> status;     // SQL_ATTR_ROW_STATUS_PTR
     std::vector<void*> sources;           // where each value of a packed row comes from
     std::vector<unsigned char> reread;    // per column: read again for the packed row being made
