@@ -14,7 +14,8 @@ class DBError;
 namespace ODBC {
 
 // Bytes of a packed row ahead of its first value, for `columns` columns:
-// the offset table (one more than the columns) and the fixed part.
+// the 48-byte head, the offset table (one entry more than the columns) and
+// the spare word behind it, which packValues zeroes.
 constexpr long packedHeaderSize(size_t columns) { return static_cast<long>(4 * columns + 56); }
 
 // First read of a text column: a text of exactly this many bytes fails row by
