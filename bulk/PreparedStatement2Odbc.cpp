@@ -69,26 +69,42 @@ unsigned long packedSize(unsigned int word) {
 
 typedef PreparedStatement2Odbc P;
 
-// The fetcher of a column whose type word the caller chose, by its low byte.
-P::Fetcher fetcherOfType(unsigned int word) {
+// The kind of a column whose type word the caller chose, by its low byte.
+ColumnKind kindOfType(unsigned int word) {
     switch (typeOf(word)) {
-    case INTEGER: return &P::getDataColumn<-16>;
+    case INTEGER: return ColumnKind::Int32;
     case LONG:
-    case INTERVAL: return &P::getDataColumn<-25>;
-    case FLOAT: return &P::getDataColumn<8>;
+    case INTERVAL: return ColumnKind::Int64;
+    case FLOAT: return ColumnKind::Double;
     case DATE:
     case TIMESTAMP:
     case BIGDATETIME:
-    case TIME: return &P::getDataColumn<93>;
-    case STRING: return &P::getDataColumn<1>;
+    case TIME: return ColumnKind::Timestamp;
+    case STRING: return ColumnKind::Text;
     case MONEY: case MONEY_1: case MONEY_2: case MONEY_3: case MONEY_4: case MONEY_5:
     case MONEY_6: case MONEY_7: case MONEY_8: case MONEY_9: case MONEY_10: case MONEY_11:
     case MONEY_12: case MONEY_13: case MONEY_14: case MONEY_15:
-    case FIXEDDECIMAL: return &P::getDataColumn<2>;
-    case BOOLEAN: return &P::getDataColumn<-7>;
-    case BINARY: return &P::getDataColumn<-2>;
-    default: return nullptr;
+    case FIXEDDECIMAL: return ColumnKind::DecimalText;
+    case BOOLEAN: return ColumnKind::Bit;
+    case BINARY: return ColumnKind::Binary;
+    default: return ColumnKind::None;
     }
+}
+
+P::Fetcher fetcherOf(ColumnKind kind) {
+    switch (kind) {
+    case ColumnKind::Int32: return &P::getDataColumn<ColumnKind::Int32>;
+    case ColumnKind::Int64: return &P::getDataColumn<ColumnKind::Int64>;
+    case ColumnKind::Double: return &P::getDataColumn<ColumnKind::Double>;
+    case ColumnKind::Bit: return &P::getDataColumn<ColumnKind::Bit>;
+    case ColumnKind::Timestamp: return &P::getDataColumn<ColumnKind::Timestamp>;
+    case ColumnKind::DecimalText: return &P::getDataColumn<ColumnKind::DecimalText>;
+    case ColumnKind::Text: return &P::getDataColumn<ColumnKind::Text>;
+    case ColumnKind::Binary: return &P::getDataColumn<ColumnKind::Binary>;
+    case ColumnKind::Date: return &P::getDataColumn<ColumnKind::Date>;
+    case ColumnKind::None: break;
+    }
+    return nullptr;
 }
 
 // The type word of a column as the driver describes it. The old date code 9
@@ -185,6 +201,7 @@ int PreparedStatement2Odbc::initialize(int count, const unsigned int* types, DBE
     const size_t n = static_cast<size_t>(columnCount);
     columns.assign(n, DATA_XFER_SETTINGS());
     columnNames.assign(n, std::string());
+    kinds.assign(n, ColumnKind::None);
     fetchers.assign(n, nullptr);
     offsets.assign(n + 1, 0);
 
@@ -244,7 +261,8 @@ void PreparedStatement2Odbc::createOrlDataTypes() {
         columnTypes.push_back(word);
         // The decimal rule may turn a NUMERIC into FLOAT; the fetcher follows
         // the word, as it does for declared types.
-        fetchers[j] = word == UNKNOWN ? nullptr : fetcherOfType(word);
+        kinds[j] = word == UNKNOWN ? ColumnKind::None : kindOfType(word);
+        fetchers[j] = fetcherOf(kinds[j]);
         unsigned long size = packedSize(word);
         if (size != 0) valueBuffers[j] = std::malloc(size);
     }
@@ -256,7 +274,8 @@ int PreparedStatement2Odbc::processOrlTypes(int count, const unsigned int* types
         columnTypes.push_back(word);
         unsigned long size = packedSize(word);
         if (size != 0) valueBuffers[static_cast<size_t>(j)] = std::malloc(size);
-        fetchers[static_cast<size_t>(j)] = fetcherOfType(word);
+        kinds[static_cast<size_t>(j)] = kindOfType(word);
+        fetchers[static_cast<size_t>(j)] = fetcherOf(kinds[static_cast<size_t>(j)]);
     }
     return 0;
 }

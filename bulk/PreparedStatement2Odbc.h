@@ -1,7 +1,9 @@
-// A bulk statement: one SQL text prepared once, executed any number of times,
-// one row per SQLExecute and one per SQLFetch. Parameters are bound one by one
-// at each execution; columns are read one by one with SQLGetData into packed
-// form, through a fetcher chosen per column at set-up.
+// A bulk statement: one SQL text prepared once, executed any number of times.
+// Parameters are bound one by one at each execution, or as arrays or
+// multi-row statements for the multi-row execute. Each result column gets a
+// kind when the statement is described; the kind chooses the fetcher that
+// reads it with SQLGetData, one row per SQLFetch, and, with "FetchArraySize",
+// the C type and room of its cells in a block of rows per SQLFetch.
 #pragma once
 #include <pthread.h>
 #include <sql.h>
@@ -28,6 +30,11 @@ struct InsertGroups;
 // once shared. Binds and reads here keep their lengths per parameter and per
 // call, so nothing in this library depends on it any more.
 extern long glen;
+
+// How a result column is read, from its type word: the C type asked of the
+// driver and what is made of it. None: never read, NULL in every row. Date
+// is for callers that read a plain date; no type word selects it.
+enum class ColumnKind : unsigned char { None, Int32, Int64, Double, Bit, Timestamp, DecimalText, Text, Binary, Date };
 
 class PreparedStatement2Odbc final : public PreparedStatement {
 public:
@@ -99,7 +106,7 @@ public:
     // A new row of `size` bytes from the offsets and lengths of the last read.
     RowInternal2* packValues(const std::vector<void*>& values, unsigned long size, DBError* error);
 
-    template <short T>
+    template <ColumnKind K>
     int getDataColumn(unsigned long column, void* target, long& length, DBError* error);
 
     // True when the statement reads several rows per SQLFetch ("FetchArraySize").
@@ -132,6 +139,14 @@ private:
     int fetchBlock(bool& more, DBError* error);
     RowInternal2* packBlockRow(DBError* error);
     int blockValues(std::vector<DataTypes::DataValue>& values, DBError* error);
+    // Puts the driver's cursor on the block's current row, so that the row
+    // path's fetchers can read a cell the block couldn't give as they do;
+    // false when the driver can't go there.
+    bool positionOnBlockRow();
+    // Back to whole blocks after positionOnBlockRow moved the cursor.
+    bool resumeBlocks();
+    // Column `j` of the current row into `value`, as the row path reads it.
+    int fetchValue(size_t j, DataTypes::DataValue& value, DBError* error);
     // Parameter arrays.
     int executeChunk(const RowInternal2* const* rows, size_t count, size_t first, DBError* error);
     int runArrays(size_t count, size_t first, DBError* error);
@@ -163,7 +178,8 @@ private:
     SQLHSTMT stmt = SQL_NULL_HSTMT;
     std::vector<DATA_XFER_SETTINGS> parameters;
     std::vector<DATA_XFER_SETTINGS> columns;
-    std::vector<Fetcher> fetchers;
+    std::vector<ColumnKind> kinds;
+    std::vector<Fetcher> fetchers;  // follow the kinds
     std::vector<std::string> columnNames;
     int32_t bound = 0;
     // -1 right after an execute, then the current result set. Before the
@@ -186,14 +202,14 @@ private:
     size_t insertRows = 0;  // see rowsPerInsert()
 };
 
-template <> int PreparedStatement2Odbc::getDataColumn<93>(unsigned long, void*, long&, DBError*);
-template <> int PreparedStatement2Odbc::getDataColumn<2>(unsigned long, void*, long&, DBError*);
-template <> int PreparedStatement2Odbc::getDataColumn<1>(unsigned long, void*, long&, DBError*);
-template <> int PreparedStatement2Odbc::getDataColumn<-2>(unsigned long, void*, long&, DBError*);
-template <> int PreparedStatement2Odbc::getDataColumn<91>(unsigned long, void*, long&, DBError*);
-template <> int PreparedStatement2Odbc::getDataColumn<-7>(unsigned long, void*, long&, DBError*);
-template <> int PreparedStatement2Odbc::getDataColumn<8>(unsigned long, void*, long&, DBError*);
-template <> int PreparedStatement2Odbc::getDataColumn<-25>(unsigned long, void*, long&, DBError*);
-template <> int PreparedStatement2Odbc::getDataColumn<-16>(unsigned long, void*, long&, DBError*);
+template <> int PreparedStatement2Odbc::getDataColumn<ColumnKind::Timestamp>(unsigned long, void*, long&, DBError*);
+template <> int PreparedStatement2Odbc::getDataColumn<ColumnKind::DecimalText>(unsigned long, void*, long&, DBError*);
+template <> int PreparedStatement2Odbc::getDataColumn<ColumnKind::Text>(unsigned long, void*, long&, DBError*);
+template <> int PreparedStatement2Odbc::getDataColumn<ColumnKind::Binary>(unsigned long, void*, long&, DBError*);
+template <> int PreparedStatement2Odbc::getDataColumn<ColumnKind::Date>(unsigned long, void*, long&, DBError*);
+template <> int PreparedStatement2Odbc::getDataColumn<ColumnKind::Bit>(unsigned long, void*, long&, DBError*);
+template <> int PreparedStatement2Odbc::getDataColumn<ColumnKind::Double>(unsigned long, void*, long&, DBError*);
+template <> int PreparedStatement2Odbc::getDataColumn<ColumnKind::Int64>(unsigned long, void*, long&, DBError*);
+template <> int PreparedStatement2Odbc::getDataColumn<ColumnKind::Int32>(unsigned long, void*, long&, DBError*);
 
 }}}} // namespace KORVEL::Orl::DB::ODBC

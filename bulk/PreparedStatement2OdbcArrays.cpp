@@ -9,8 +9,11 @@
 // over the whole list). Earlier chunks were executed. In the failing chunk the
 // driver decides: the rows its status array marks SQL_PARAM_SUCCESS went in,
 // the others didn't. PostgreSQL's driver stops at the failing row and the
-// server refuses the rest of the transaction; MariaDB's keeps the rows before
-// it. Nothing is committed here, so a rollback undoes the whole call.
+// server refuses the rest of the transaction. SQLite's keeps the rows before
+// it and leaves the status array alone, so its processed count names the row.
+// MariaDB's marks the whole array failed without naming a row: the chunk's
+// first row is named and none of its rows stays. Nothing is committed here,
+// so a rollback undoes the whole call.
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -285,7 +288,7 @@ int PreparedStatement2Odbc::runArrays(size_t count, size_t first, DBError* error
         reportRow(error, first);
         return -1;
     }
-    if (rowBlock) rowBlock->fetched = 0;
+    if (rowBlock) rowBlock->newResult(stmt);
     rc = SQLExecute(stmt);
     if (rc == SQL_SUCCESS) {
         restore();

@@ -184,7 +184,7 @@ int PreparedStatement2Odbc::checkRow(const RowInternal2* row, DBError* error) co
 }
 
 int PreparedStatement2Odbc::executeBound(DBError* error) {
-    if (rowBlock) rowBlock->fetched = 0;
+    if (rowBlock) rowBlock->newResult(stmt);
     SQLRETURN rc = SQLExecute(stmt);
     if (rc == SQL_SUCCESS) {
         resultState = -1;

@@ -37,7 +37,7 @@ int PreparedStatement2Odbc::close(DBError* error) {
     if (rowBlock) {
         // The cursor goes, and with it the block's rows; the columns may
         // come unbound below, and are bound again at the next fetch.
-        rowBlock->fetched = 0;
+        rowBlock->newResult(stmt);
         rowBlock->bound = false;
     }
     if (stmt != SQL_NULL_HSTMT) {
@@ -76,7 +76,7 @@ int PreparedStatement2Odbc::nextResultSet(bool& more, DBError* error) {
         return 0;
     }
     SQLRETURN rc = SQLMoreResults(stmt);
-    if (rowBlock) rowBlock->fetched = 0;
+    if (rowBlock) rowBlock->newResult(stmt);
     if (rc == SQL_NO_DATA) return 0;
     if (rc == SQL_SUCCESS) {
         ++resultState;
@@ -125,7 +125,7 @@ RowInternal2* PreparedStatement2Odbc::nextRow(DBError* error) {
     if (rowBlock && rowBlock->onRow()) return packBlockRow(error);
     const size_t n = columns.size();
     if (offsets.size() < n + 1) offsets.assign(n + 1, 0);  // no result columns: the bare header
-    long running = static_cast<long>(4 * n + 56);
+    long running = packedHeaderSize(n);
     for (size_t j = 0; j < n; ++j) {
         const unsigned int word = columnTypes[j];
         if (fetchers[j] == nullptr) {
@@ -171,33 +171,35 @@ int PreparedStatement2Odbc::nextRow(std::vector<DataValue>& values, DBError* err
         return -1;
     }
     if (rowBlock && rowBlock->onRow()) return blockValues(values, error);
-    for (size_t j = 0; j < columns.size(); ++j) {
-        if (fetchers[j] == nullptr) continue;
-        const unsigned int word = columnTypes[j];
-        DataValue& value = values[j];
-        unsigned char* packedBinary = nullptr;
-        void* target = word == BINARY ? static_cast<void*>(&packedBinary) : static_cast<void*>(&value);
-        long length = static_cast<long>(g_column_lengths[typeOf(word) < kTypeCount ? typeOf(word) : UNKNOWN]);
-        if ((this->*fetchers[j])(j, target, length, error) != 0 || !fixedLengthFits(word, length, error)) return -1;
-        if (length == SQL_NULL_DATA) {
-            value.isNull = true;
-            continue;
-        }
-        if (word == BINARY) {
-            const size_t bytes = static_cast<size_t>(length - 4);
-            unsigned char* data = static_cast<unsigned char*>(std::malloc(bytes ? bytes : 1));
-            if (data == nullptr) {
-                std::free(packedBinary);
-                reportLibrary(error, "memory allocation");
-                return -1;
-            }
-            std::memcpy(data, packedBinary + 4, bytes);
-            std::free(packedBinary);
-            value.binaryValue.length = static_cast<uint32_t>(bytes);
-            value.binaryValue.data = data;
-        }
-        // A STRING's block is now the value's stringValue and the caller's.
+    for (size_t j = 0; j < columns.size(); ++j)
+        if (fetchers[j] != nullptr && fetchValue(j, values[j], error) != 0) return -1;
+    return 0;
+}
+
+int PreparedStatement2Odbc::fetchValue(size_t j, DataValue& value, DBError* error) {
+    const unsigned int word = columnTypes[j];
+    unsigned char* packedBinary = nullptr;
+    void* target = word == BINARY ? static_cast<void*>(&packedBinary) : static_cast<void*>(&value);
+    long length = static_cast<long>(g_column_lengths[typeOf(word) < kTypeCount ? typeOf(word) : UNKNOWN]);
+    if ((this->*fetchers[j])(j, target, length, error) != 0 || !fixedLengthFits(word, length, error)) return -1;
+    if (length == SQL_NULL_DATA) {
+        value.isNull = true;
+        return 0;
     }
+    if (word == BINARY) {
+        const size_t bytes = static_cast<size_t>(length - 4);
+        unsigned char* data = static_cast<unsigned char*>(std::malloc(bytes ? bytes : 1));
+        if (data == nullptr) {
+            std::free(packedBinary);
+            reportLibrary(error, "memory allocation");
+            return -1;
+        }
+        std::memcpy(data, packedBinary + 4, bytes);
+        std::free(packedBinary);
+        value.binaryValue.length = static_cast<uint32_t>(bytes);
+        value.binaryValue.data = data;
+    }
+    // A STRING's block is now the value's stringValue and the caller's.
     return 0;
 }
 
@@ -207,7 +209,7 @@ int PreparedStatement2Odbc::failGetData(SQLRETURN rc, DBError* error) {
 }
 
 template <>
-int PreparedStatement2Odbc::getDataColumn<93>(unsigned long column, void* target, long& length, DBError* error) {
+int PreparedStatement2Odbc::getDataColumn<ColumnKind::Timestamp>(unsigned long column, void* target, long& length, DBError* error) {
     SQL_TIMESTAMP_STRUCT ts;
     std::memset(&ts, 0, sizeof ts);
     SQLRETURN rc = SQLGetData(stmt, static_cast<SQLUSMALLINT>(column + 1), SQL_C_TYPE_TIMESTAMP, &ts, sizeof ts, &length);
@@ -219,7 +221,7 @@ int PreparedStatement2Odbc::getDataColumn<93>(unsigned long column, void* target
 }
 
 template <>
-int PreparedStatement2Odbc::getDataColumn<2>(unsigned long column, void* target, long& length, DBError* error) {
+int PreparedStatement2Odbc::getDataColumn<ColumnKind::DecimalText>(unsigned long column, void* target, long& length, DBError* error) {
     char text[kDecimalTextRoom];
     text[0] = '\0';
     SQLRETURN rc = SQLGetData(stmt, static_cast<SQLUSMALLINT>(column + 1), SQL_C_CHAR, text, sizeof text, &length);
@@ -230,7 +232,7 @@ int PreparedStatement2Odbc::getDataColumn<2>(unsigned long column, void* target,
 }
 
 template <>
-int PreparedStatement2Odbc::getDataColumn<1>(unsigned long column, void* target, long& length, DBError* error) {
+int PreparedStatement2Odbc::getDataColumn<ColumnKind::Text>(unsigned long column, void* target, long& length, DBError* error) {
     char* block = static_cast<char*>(std::malloc(kTextFirstRead));
     if (block == nullptr) {
         reportLibrary(error, "memory allocation");
@@ -275,7 +277,7 @@ int PreparedStatement2Odbc::getDataColumn<1>(unsigned long column, void* target,
 }
 
 template <>
-int PreparedStatement2Odbc::getDataColumn<-2>(unsigned long column, void* target, long& length, DBError* error) {
+int PreparedStatement2Odbc::getDataColumn<ColumnKind::Binary>(unsigned long column, void* target, long& length, DBError* error) {
     unsigned char* block = static_cast<unsigned char*>(std::malloc(4 + kBinaryFirstRead));
     if (block == nullptr) {
         reportLibrary(error, "memory allocation");
@@ -320,7 +322,7 @@ int PreparedStatement2Odbc::getDataColumn<-2>(unsigned long column, void* target
 
 // No column type selects this one; it stays for callers that read a plain date.
 template <>
-int PreparedStatement2Odbc::getDataColumn<91>(unsigned long column, void* target, long& length, DBError* error) {
+int PreparedStatement2Odbc::getDataColumn<ColumnKind::Date>(unsigned long column, void* target, long& length, DBError* error) {
     SQL_DATE_STRUCT date;
     std::memset(&date, 0, sizeof date);
     SQLLEN indicator = 0;
@@ -348,25 +350,25 @@ int readFixed(SQLHSTMT stmt, unsigned long column, void* target, long& length) {
 } // namespace
 
 template <>
-int PreparedStatement2Odbc::getDataColumn<-7>(unsigned long column, void* target, long& length, DBError* error) {
+int PreparedStatement2Odbc::getDataColumn<ColumnKind::Bit>(unsigned long column, void* target, long& length, DBError* error) {
     SQLRETURN rc = readFixed<SQL_C_BIT>(stmt, column, target, length);
     return rc == SQL_SUCCESS ? 0 : failGetData(rc, error);
 }
 
 template <>
-int PreparedStatement2Odbc::getDataColumn<8>(unsigned long column, void* target, long& length, DBError* error) {
+int PreparedStatement2Odbc::getDataColumn<ColumnKind::Double>(unsigned long column, void* target, long& length, DBError* error) {
     SQLRETURN rc = readFixed<SQL_C_DOUBLE>(stmt, column, target, length);
     return rc == SQL_SUCCESS ? 0 : failGetData(rc, error);
 }
 
 template <>
-int PreparedStatement2Odbc::getDataColumn<-25>(unsigned long column, void* target, long& length, DBError* error) {
+int PreparedStatement2Odbc::getDataColumn<ColumnKind::Int64>(unsigned long column, void* target, long& length, DBError* error) {
     SQLRETURN rc = readFixed<SQL_C_SBIGINT>(stmt, column, target, length);
     return rc == SQL_SUCCESS ? 0 : failGetData(rc, error);
 }
 
 template <>
-int PreparedStatement2Odbc::getDataColumn<-16>(unsigned long column, void* target, long& length, DBError* error) {
+int PreparedStatement2Odbc::getDataColumn<ColumnKind::Int32>(unsigned long column, void* target, long& length, DBError* error) {
     SQLRETURN rc = readFixed<SQL_C_SLONG>(stmt, column, target, length);
     return rc == SQL_SUCCESS ? 0 : failGetData(rc, error);
 }

@@ -143,7 +143,7 @@ int PreparedStatement2Odbc::runGroup(size_t count, size_t first, DBError* error)
         if (rc != SQL_SUCCESS) g.bound.clear();
     }
     if (rc == SQL_SUCCESS) {
-        if (rowBlock) rowBlock->fetched = 0;
+        if (rowBlock) rowBlock->newResult(stmt);
         rc = SQLExecute(g.stmt);
     }
     if (rc == SQL_SUCCESS) {

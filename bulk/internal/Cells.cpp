@@ -1,5 +1,7 @@
 #include "bulk/internal/Cells.h"
 
+#include <charconv>
+#include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <ctime>
@@ -90,6 +92,153 @@ bool storeTimeValue(unsigned int word, const SQL_TIMESTAMP_STRUCT& ts, void* tar
         return false;
     }
     std::memcpy(target, &value, sizeof value);
+    return true;
+}
+
+bool plainInteger(const char* text, SQLLEN length, int64_t least, int64_t most, int64_t& out) {
+    const char* p = text;
+    const char* end = text + length;
+    const bool negative = p < end && *p == '-';
+    if (negative) ++p;
+    const SQLLEN digits = end - p;
+    if (digits < 1 || digits > 18 || (*p == '0' && (digits > 1 || negative))) return false;
+    int64_t value = 0;
+    for (; p < end; ++p) {
+        const unsigned d = static_cast<unsigned char>(*p) - '0';
+        if (d > 9) return false;
+        value = value * 10 + d;
+    }
+    if (negative) value = -value;
+    if (value < least || value > most) return false;
+    out = value;
+    return true;
+}
+
+namespace {
+
+// Powers of ten that a double holds exactly.
+const double kExactTens[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
+                             1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+
+// A decimal text whose digits make an integer of at most 2^53 and whose
+// power of ten is at most 22 either way: one multiplication or division of
+// two exact doubles, which IEEE arithmetic rounds correctly, as strtod does.
+// False when the text is longer or not of the form
+// "[-]digits[.digits][e[+-]digits]".
+bool shortDecimal(const char* p, const char* end, double& out) {
+    const bool negative = p < end && *p == '-';
+    if (negative) ++p;
+    uint64_t mantissa = 0;
+    const char* q = p;
+    for (unsigned d; q < end && (d = static_cast<unsigned char>(*q) - '0') <= 9; ++q) mantissa = mantissa * 10 + d;
+    long digits = q - p;
+    int exponent = 0;
+    if (q < end && *q == '.') {
+        const char* f = ++q;
+        for (unsigned d; q < end && (d = static_cast<unsigned char>(*q) - '0') <= 9; ++q) mantissa = mantissa * 10 + d;
+        digits += q - f;
+        exponent = -static_cast<int>(q - f);
+    }
+    // Up to 19 digits can't overflow the mantissa.
+    if (digits == 0 || digits > 19 || mantissa > (uint64_t(1) << 53)) return false;
+    if (q < end) {
+        if (*q != 'e' && *q != 'E') return false;
+        ++q;
+        const bool down = q < end && *q == '-';
+        if (q < end && (*q == '-' || *q == '+')) ++q;
+        if (q == end || end - q > 4) return false;
+        int e = 0;
+        for (; q < end; ++q) {
+            const unsigned d = static_cast<unsigned char>(*q) - '0';
+            if (d > 9) return false;
+            e = e * 10 + static_cast<int>(d);
+        }
+        exponent += down ? -e : e;
+    }
+    double value = static_cast<double>(mantissa);
+    if (mantissa != 0) {
+        if (exponent < -22 || exponent > 22) return false;
+        value = exponent < 0 ? value / kExactTens[-exponent] : value * kExactTens[exponent];
+    }
+    out = negative ? -value : value;
+    return true;
+}
+
+} // namespace
+
+bool plainDouble(const char* text, SQLLEN length, double& out) {
+    if (length < 1) return false;
+    // Its own grammar is a narrower one than the one below.
+    if (shortDecimal(text, text + length, out)) return true;
+    for (SQLLEN k = 0; k < length; ++k) {
+        const char c = text[k];
+        const bool exponentSign = c == '+' && k > 0 && (text[k - 1] == 'e' || text[k - 1] == 'E');
+        if (!((c >= '0' && c <= '9') || c == '.' || c == '-' || c == 'e' || c == 'E' || exponentSign)) return false;
+    }
+    double value = 0;
+    const std::from_chars_result r = std::from_chars(text, text + length, value, std::chars_format::general);
+    if (r.ec != std::errc() || r.ptr != text + length || !std::isfinite(value)) return false;
+    out = value;
+    return true;
+}
+
+namespace {
+
+// `n` digits at `p` as a number; false at anything but a digit.
+bool digitsAt(const char* p, int n, unsigned& out) {
+    unsigned value = 0;
+    for (int k = 0; k < n; ++k) {
+        const unsigned d = static_cast<unsigned char>(p[k]) - '0';
+        if (d > 9) return false;
+        value = value * 10 + d;
+    }
+    out = value;
+    return true;
+}
+
+unsigned daysIn(unsigned year, unsigned month) {
+    static const unsigned days[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+    const bool leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
+    return month == 2 && leap ? 29 : days[month - 1];
+}
+
+} // namespace
+
+bool plainTimestamp(const char* text, SQLLEN length, SQL_TIMESTAMP_STRUCT& ts) {
+    if (length != 10 && length < 19) return false;
+    unsigned bad = 0;
+    // Two digits at `at`; a non-digit sets `bad`.
+    auto two = [text, &bad](int at) {
+        const unsigned high = static_cast<unsigned char>(text[at]) - '0';
+        const unsigned low = static_cast<unsigned char>(text[at + 1]) - '0';
+        bad |= (high > 9) | (low > 9);
+        return high * 10 + low;
+    };
+    const unsigned year = two(0) * 100 + two(2), month = two(5), day = two(8);
+    unsigned hour = 0, minute = 0, second = 0, fraction = 0;
+    bad |= (text[4] != '-') | (text[7] != '-');
+    if (length > 10) {
+        hour = two(11);
+        minute = two(14);
+        second = two(17);
+        bad |= (text[10] != ' ') | (text[13] != ':') | (text[16] != ':');
+    }
+    if (bad != 0 || year == 0 || month < 1 || month > 12 || day < 1 || day > daysIn(year, month) || hour > 23 ||
+        minute > 59 || second > 59)
+        return false;
+    if (length > 19) {
+        const SQLLEN places = length - 20;
+        if (text[19] != '.' || places < 1 || places > 9 || !digitsAt(text + 20, static_cast<int>(places), fraction))
+            return false;
+        for (SQLLEN k = places; k < 9; ++k) fraction *= 10;
+    }
+    ts.year = static_cast<SQLSMALLINT>(year);
+    ts.month = static_cast<SQLUSMALLINT>(month);
+    ts.day = static_cast<SQLUSMALLINT>(day);
+    ts.hour = static_cast<SQLUSMALLINT>(hour);
+    ts.minute = static_cast<SQLUSMALLINT>(minute);
+    ts.second = static_cast<SQLUSMALLINT>(second);
+    ts.fraction = fraction;
     return true;
 }
 

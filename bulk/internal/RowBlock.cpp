@@ -18,6 +18,7 @@ bool RowBlock::allocate(SQLULEN count) {
         packedStorage.assign(packedBytes, 0);
         status.assign(count, SQL_ROW_SUCCESS);
         sources.assign(columns.size(), nullptr);
+        reread.assign(columns.size(), 0);
         size_t word = 0, packedAt = 0;
         for (size_t j = 0; j < columns.size(); ++j) {
             BlockColumn& c = columns[j];
@@ -34,6 +35,17 @@ bool RowBlock::allocate(SQLULEN count) {
     }
     rows = count;
     return true;
+}
+
+void RowBlock::newResult(SQLHSTMT stmt) {
+    fetched = 0;
+    current = 0;
+    before = 0;
+    positioned = false;
+    if (!moved) return;
+    moved = false;
+    bound = false;
+    SQLSetStmtAttr(stmt, SQL_ATTR_ROW_ARRAY_SIZE, reinterpret_cast<SQLPOINTER>(rows), 0);
 }
 
 }}}} // namespace KORVEL::Orl::DB::ODBC

@@ -20,6 +20,14 @@
 //   error=STATE[:NATIVE] SQLExecute fails with that SQLSTATE and native code
 //   failrow=K     that row of a parameter array reports SQL_PARAM_ERROR
 //   rowcount=N    what SQLRowCount reports (default the parameter set size)
+//   bind          SQLBindCol is taken (else refused with HYC00), and SQLFetch fills
+//                 SQL_ATTR_ROW_ARRAY_SIZE rows of the bound columns, column-wise, with
+//                 the rows-fetched count and the row status array
+//   short=N       a fetch fills at most N rows, whatever the array size
+//   rowerror=K    row K is marked SQL_ROW_ERROR (with an HY000 record) and left unfilled
+//   scroll        SQLFetchScroll takes SQL_FETCH_ABSOLUTE (else HY106, as on a forward-only cursor)
+//   refuse=A      SQLSetStmtAttr of attribute A fails with HYC00
+// Column option longrow=K: row K of a text or binary column has 40 times its length.
 // Every '?' is a parameter marker, described as SQL_VARCHAR of size 10.
 // User name at connect: "info" succeeds with info, "norecord" fails without a
 // record, "dbms=NAME" reports NAME as the DBMS name, "lost" makes every
@@ -82,6 +90,14 @@ struct Column {
     SQLLEN lieLength = 0;
     bool forceRc = false;
     SQLRETURN rc = SQL_SUCCESS;
+    long longRow = -1;
+};
+
+struct BoundColumn {
+    SQLSMALLINT cType = 0;
+    char* target = nullptr;
+    SQLLEN bufferLength = 0;
+    SQLLEN* ind = nullptr;
 };
 
 struct Result {
@@ -95,6 +111,7 @@ struct Stmt : Handle {
     size_t current = 0;
     long rows = 1;
     long row = -1;  // before the first fetch
+    long nextRow = 0;  // the first row of the next fetch
     bool failExecute = false, noRecord = false;
     size_t longMessage = 0;
     long failRow = -1;
@@ -109,6 +126,15 @@ struct Stmt : Handle {
     std::vector<SQLLEN> offsets;  // bytes handed out of each column this row
     std::vector<int> calls;
     bool cursorOpen = false;
+    // Column binding and row arrays.
+    bool bindable = false, scrollable = false;
+    long shortFetch = 0;
+    long rowError = -1;
+    long refused = -1;
+    std::vector<BoundColumn> columnsBound;
+    SQLULEN arraySize = 1;
+    SQLULEN* rowsFetched = nullptr;
+    SQLUSMALLINT* rowStatus = nullptr;
 };
 
 void Record(const char* format, ...) {
@@ -143,9 +169,9 @@ std::vector<std::string> Split(const std::string& s, char sep) {
     return out;
 }
 
-std::string ColumnBytes(const Column& c) {
+std::string ColumnBytes(const Column& c, bool longer = false) {
     if (c.k == Column::Text || c.k == Column::Bin) {
-        size_t n = std::strtoull(c.arg.c_str(), nullptr, 10);
+        size_t n = std::strtoull(c.arg.c_str(), nullptr, 10) * (longer ? 40 : 1);
         std::string s(n, '\0');
         for (size_t i = 0; i < n; ++i)
             s[i] = c.k == Column::Text ? static_cast<char>('a' + i % 26) : static_cast<char>(i % 251);
@@ -176,6 +202,9 @@ void Parse(Stmt* st) {
     st->rowCount = -1;
     st->rows = 1;
     st->params = 0;
+    st->bindable = st->scrollable = false;
+    st->shortFetch = 0;
+    st->rowError = st->refused = -1;
     for (char c : st->text)
         if (c == '?') ++st->params;
     for (const std::string& raw : Split(st->text, ';')) {
@@ -198,6 +227,7 @@ void Parse(Stmt* st) {
                 if (f[i].compare(0, 7, "digits=") == 0) c.digits = static_cast<SQLSMALLINT>(std::atoi(f[i].c_str() + 7));
                 if (f[i].compare(0, 4, "lie=") == 0) c.lie = true, c.lieLength = std::atol(f[i].c_str() + 4);
                 if (f[i].compare(0, 3, "rc=") == 0) c.forceRc = true, c.rc = static_cast<SQLRETURN>(std::atoi(f[i].c_str() + 3));
+                if (f[i].compare(0, 8, "longrow=") == 0) c.longRow = std::atol(f[i].c_str() + 8);
             }
             c.k = KindOf(c.kind);
             st->results.back().columns.push_back(c);
@@ -220,12 +250,23 @@ void Parse(Stmt* st) {
             st->failRow = std::atol(d.c_str() + 8);
         } else if (d.compare(0, 9, "rowcount=") == 0) {
             st->rowCount = std::atoll(d.c_str() + 9);
+        } else if (d == "bind") {
+            st->bindable = true;
+        } else if (d == "scroll") {
+            st->scrollable = true;
+        } else if (d.compare(0, 6, "short=") == 0) {
+            st->shortFetch = std::atol(d.c_str() + 6);
+        } else if (d.compare(0, 9, "rowerror=") == 0) {
+            st->rowError = std::atol(d.c_str() + 9);
+        } else if (d.compare(0, 7, "refuse=") == 0) {
+            st->refused = std::atol(d.c_str() + 7);
         }
     }
 }
 
 void ResetCursor(Stmt* st) {
     st->row = -1;
+    st->nextRow = 0;
     size_t n = st->current < st->results.size() ? st->results[st->current].columns.size() : 0;
     st->offsets.assign(n, 0);
     st->calls.assign(n, 0);
@@ -457,10 +498,20 @@ SQLRETURN SQL_API SQLSetStmtAttr(SQLHSTMT hstmt, SQLINTEGER attribute, SQLPOINTE
     case SQL_ATTR_PARAM_STATUS_PTR:
         st->paramStatus = static_cast<SQLUSMALLINT*>(value);
         break;
+    case SQL_ATTR_ROW_ARRAY_SIZE:
+        st->arraySize = reinterpret_cast<SQLULEN>(value);
+        break;
+    case SQL_ATTR_ROWS_FETCHED_PTR:
+        st->rowsFetched = static_cast<SQLULEN*>(value);
+        break;
+    case SQL_ATTR_ROW_STATUS_PTR:
+        st->rowStatus = static_cast<SQLUSMALLINT*>(value);
+        break;
     default:
         break;
     }
     Record("setstmtattr attr=%d value=%ld", static_cast<int>(attribute), static_cast<long>(reinterpret_cast<SQLLEN>(value)));
+    if (attribute == st->refused) return Fail(st, "HYC00", "optional feature not implemented");
     return SQL_SUCCESS;
 }
 
@@ -562,13 +613,98 @@ SQLRETURN SQL_API SQLColAttribute(SQLHSTMT hstmt, SQLUSMALLINT number, SQLUSMALL
     return SQL_SUCCESS;
 }
 
+// Writes row `row` of the bound columns into array element `at`; true when a
+// text or binary was cut.
+bool FillBound(Stmt* st, long row, SQLULEN at) {
+    const Result* r = CurrentResult(st);
+    bool cut = false;
+    for (size_t j = 0; j < st->columnsBound.size() && j < r->columns.size(); ++j) {
+        const BoundColumn& b = st->columnsBound[j];
+        if (b.target == nullptr) continue;
+        const Column& c = r->columns[j];
+        char* target = b.target + at * static_cast<SQLULEN>(b.bufferLength);
+        SQLLEN* ind = b.ind ? b.ind + at : nullptr;
+        SQLLEN reported = 0;
+        if (c.nullRow == -1 || c.nullRow == row) {
+            reported = SQL_NULL_DATA;
+        } else if (c.k == Column::Num && IntegerWidth(b.cType) > 0) {
+            long long v = std::strtoll(c.arg.c_str(), nullptr, 10);
+            std::memcpy(target, &v, static_cast<size_t>(reported = IntegerWidth(b.cType)));
+        } else if (c.k == Column::Num && b.cType == SQL_C_DOUBLE) {
+            PutFixed(std::strtod(c.arg.c_str(), nullptr), target, &reported);
+        } else if (c.k == Column::Ts && b.cType == SQL_C_TYPE_TIMESTAMP) {
+            PutFixed(SQL_TIMESTAMP_STRUCT{2024, 2, 29, 23, 59, 58, 123000000}, target, &reported);
+        } else {
+            const std::string bytes = c.k == Column::Num ? c.arg : ColumnBytes(c, c.longRow == row);
+            const SQLLEN room = b.cType == SQL_C_CHAR ? b.bufferLength - 1 : b.bufferLength;
+            const SQLLEN whole = static_cast<SQLLEN>(bytes.size());
+            const SQLLEN n = whole < room ? whole : room;
+            if (n > 0) std::memcpy(target, bytes.data(), static_cast<size_t>(n));
+            if (b.cType == SQL_C_CHAR) target[n] = 0;
+            reported = whole;
+            cut = cut || whole > room;
+        }
+        if (ind) *ind = reported;
+    }
+    return cut;
+}
+
 SQLRETURN SQL_API SQLFetch(SQLHSTMT hstmt) {
     Stmt* st = static_cast<Stmt*>(hstmt);
     if (!CurrentResult(st) || CurrentResult(st)->columns.empty()) return Fail(st, "24000", "no result set");
-    if (st->row + 1 >= st->rows) return SQL_NO_DATA;
-    ++st->row;
+    if (st->bindable) st->diags.clear();
+    if (st->nextRow >= st->rows) return SQL_NO_DATA;
     std::fill(st->offsets.begin(), st->offsets.end(), 0);
     std::fill(st->calls.begin(), st->calls.end(), 0);
+    SQLULEN count = st->arraySize < 1 ? 1 : st->arraySize;
+    if (st->shortFetch > 0 && count > static_cast<SQLULEN>(st->shortFetch)) count = static_cast<SQLULEN>(st->shortFetch);
+    if (count > static_cast<SQLULEN>(st->rows - st->nextRow)) count = static_cast<SQLULEN>(st->rows - st->nextRow);
+    const long first = st->nextRow;
+    SQLRETURN rc = SQL_SUCCESS;
+    for (SQLULEN k = 0; k < count; ++k) {
+        SQLUSMALLINT status = SQL_ROW_SUCCESS;
+        if (first + static_cast<long>(k) == st->rowError) {
+            status = SQL_ROW_ERROR;
+            st->diags.push_back({"HY000", "scripted row failure", 9});
+            rc = SQL_SUCCESS_WITH_INFO;
+        } else if (FillBound(st, first + static_cast<long>(k), k)) {
+            status = SQL_ROW_SUCCESS_WITH_INFO;
+            st->diags.push_back({"01004", "String data, right truncated", 0});
+            rc = SQL_SUCCESS_WITH_INFO;
+        }
+        if (st->rowStatus) st->rowStatus[k] = status;
+    }
+    if (st->rowStatus)
+        for (SQLULEN k = count; k < st->arraySize; ++k) st->rowStatus[k] = SQL_ROW_NOROW;
+    if (st->rowsFetched) *st->rowsFetched = count;
+    // The cursor stands on the rowset's first row; the next fetch follows the last.
+    st->row = first;
+    st->nextRow = first + static_cast<long>(count);
+    if (st->arraySize > 1 || !st->columnsBound.empty())
+        Record("fetch rows=%lu from=%ld rc=%d", static_cast<unsigned long>(count), first, rc);
+    return rc;
+}
+
+SQLRETURN SQL_API SQLFetchScroll(SQLHSTMT hstmt, SQLSMALLINT orientation, SQLLEN offset) {
+    Stmt* st = static_cast<Stmt*>(hstmt);
+    if (orientation == SQL_FETCH_NEXT) return SQLFetch(hstmt);
+    st->diags.clear();
+    if (!st->scrollable || orientation != SQL_FETCH_ABSOLUTE)
+        return Fail(st, "HY106", "fetch type out of range");
+    Record("fetchscroll absolute=%ld", static_cast<long>(offset));
+    if (offset < 1 || offset > st->rows) return SQL_NO_DATA;
+    st->nextRow = offset - 1;
+    return SQLFetch(hstmt);
+}
+
+SQLRETURN SQL_API SQLBindCol(SQLHSTMT hstmt, SQLUSMALLINT number, SQLSMALLINT cType, SQLPOINTER target,
+                             SQLLEN bufferLength, SQLLEN* ind) {
+    Stmt* st = static_cast<Stmt*>(hstmt);
+    if (!st->bindable) return Fail(st, "HYC00", "optional feature not implemented");
+    if (number < 1) return Fail(st, "07009", "invalid column number");
+    if (st->columnsBound.size() < number) st->columnsBound.resize(number);
+    st->columnsBound[number - 1] = {cType, static_cast<char*>(target), bufferLength, ind};
+    Record("bindcol col=%d ctype=%d buflen=%ld", number, cType, static_cast<long>(bufferLength));
     return SQL_SUCCESS;
 }
 
@@ -600,7 +736,8 @@ SQLRETURN SQL_API SQLGetData(SQLHSTMT hstmt, SQLUSMALLINT number, SQLSMALLINT cT
         rc = PutFixed(SQL_TIME_STRUCT{23, 59, 58}, target, &reported);
     } else if (cType == SQL_C_CHAR || cType == SQL_C_BINARY) {
         if (!c.built) c.bytes = ColumnBytes(c), c.built = true;
-        const std::string& bytes = c.bytes;
+        const std::string longer = c.longRow == st->row ? ColumnBytes(c, true) : std::string();
+        const std::string& bytes = c.longRow == st->row ? longer : c.bytes;
         SQLLEN remaining = static_cast<SQLLEN>(bytes.size()) - offset;
         if (calls > 0 && remaining == 0) {
             rc = SQL_NO_DATA;
@@ -653,6 +790,7 @@ SQLRETURN SQL_API SQLFreeStmt(SQLHSTMT hstmt, SQLUSMALLINT option) {
         ResetCursor(st);
         st->cursorOpen = false;
     }
+    if (option == SQL_UNBIND) st->columnsBound.clear();
     if (option == SQL_RESET_PARAMS) {
         st->bound.clear();
         st->data.clear();

@@ -81,6 +81,93 @@ TEST_F(Blocks, ADriverWithoutColumnBindingReadsRowByRow) {
     }
 }
 
+// Every row of a scripted query, as packed bytes or as the failure's text, on
+// a connection with FetchArraySize `value` (null: unset).
+struct Read {
+    std::vector<std::string> rows;
+    bool blocks = false;
+    std::vector<std::string> fetches;  // the driver's fetch and scroll lines
+};
+
+class BoundBlocks : public Blocks {
+protected:
+    Read readAll(const char* value, const std::string& sql) {
+        Read out;
+        openWith(value);
+        const size_t m = mark();
+        PreparedStatement2Odbc* st = query(sql);
+        if (st == nullptr) return out;
+        out.blocks = st->readsBlocks();
+        // query() fetched the first row.
+        for (bool more = true; more; more = st->hasMoreData(more, &error) == 0 && more) {
+            RowPtr row(st->nextRow(&error));
+            out.rows.push_back(row ? std::string(reinterpret_cast<const char*>(row.get()), rowSize(row.get()))
+                                   : "failed " + said(error));
+        }
+        out.fetches = since(m, "fetch");
+        return out;
+    }
+};
+
+TEST_F(BoundBlocks, BlocksReadWhatRowsReadWhereTheDriverAllows) {
+    // Ten rows of (integer, text of 5, decimal); row 3's text is 200 bytes,
+    // past the block's room.
+    const std::string columns = ";rows=10;col=a:4:10:num:7;col=b:12:20:text:5:longrow=3;col=d:2:12:num:12.5";
+    struct Case {
+        const char* name;
+        const char* script;
+        bool blocks;
+        std::vector<std::string> fetches;
+    };
+    const Case cases[] = {
+        {"the cut cell read again after a scroll to its row", "bind;scroll", true,
+         {"fetch rows=4 from=0 rc=1", "fetchscroll absolute=4", "fetch rows=4 from=4 rc=0", "fetch rows=2 from=8 rc=0"}},
+        {"fewer rows than asked", "bind;scroll;short=3", true,
+         // The cursor goes back to the block's last row before the next block.
+         {"fetch rows=3 from=0 rc=0", "fetch rows=3 from=3 rc=1", "fetchscroll absolute=4", "fetchscroll absolute=6",
+          "fetch rows=3 from=6 rc=0", "fetch rows=1 from=9 rc=0"}},
+        {"a refused row array size", "bind;scroll;refuse=27", false, {}},
+        {"a refused column binding", "scroll", false, {}},
+    };
+    const Read want = readAll(nullptr, std::string("scroll") + columns);
+    ASSERT_EQ(10u, want.rows.size());
+    EXPECT_FALSE(want.blocks);
+    for (const Case& c : cases) {
+        const Read got = readAll("4", c.script + columns);
+        EXPECT_EQ(c.blocks, got.blocks) << c.name;
+        EXPECT_EQ(want.rows, got.rows) << c.name;
+        if (c.blocks) {
+            EXPECT_EQ(c.fetches, got.fetches) << c.name;
+        }
+    }
+    EXPECT_EQ(want.rows[2].size() + 195, want.rows[3].size()) << "row 3 carries the whole text";
+}
+
+TEST_F(BoundBlocks, RowsTheDriverCantGiveFailAloneAndTheOthersAreServed) {
+    const std::string columns = ";rows=10;col=a:4:10:num:7;col=b:12:20:text:5:longrow=3";
+    const Read want = readAll(nullptr, std::string("bind") + columns);
+    // A row the status array marks failed, with the driver's record.
+    Read got = readAll("4", "bind;rowerror=5" + columns);
+    EXPECT_TRUE(got.blocks);
+    ASSERT_EQ(10u, got.rows.size());
+    // Nor can a driver that neither scrolls nor positions in a block give
+    // the cut cell again: its row fails as truncated.
+    Read cut = readAll("4", "bind" + columns);
+    ASSERT_EQ(10u, cut.rows.size());
+    for (size_t k = 0; k < 10; ++k) {
+        if (k == 5) {
+            EXPECT_EQ("failed odbc|[-1][HY000]scripted row failure", got.rows[k]);
+        } else if (k != 3) {
+            EXPECT_EQ(want.rows[k], got.rows[k]) << k;
+        }
+        if (k == 3) {
+            EXPECT_EQ("failed odbc|[1][01004]String data, right truncated", cut.rows[k]);
+        } else {
+            EXPECT_EQ(want.rows[k], cut.rows[k]) << k;
+        }
+    }
+}
+
 TEST_F(Blocks, ArraysGoInChunksAndNameTheFailingRow) {
     openWith("4");
     DataValue text;

@@ -320,7 +320,7 @@ TEST_F(Bulk, DeclaredTypesWinOverTheDescription) {
     EXPECT_EQ((day + 86398) * 1000000 + 123000, values[5].int64Value);
     int64_t date = 0;
     long length = 8;
-    EXPECT_EQ(0, st->getDataColumn<91>(3, &date, length, &error)) << said(error);
+    EXPECT_EQ(0, st->getDataColumn<ColumnKind::Date>(3, &date, length, &error)) << said(error);
     EXPECT_EQ(day, date);
 
     const unsigned int money[] = {MONEY_2};
