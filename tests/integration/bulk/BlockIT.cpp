@@ -527,7 +527,11 @@ TEST_P(BulkBlock, MultiRowStatementsWriteWhatOneExecuteARowWrites) {
         ASSERT_NE(nullptr, c);
         size_t perInsert = 99;
         ASSERT_TRUE(fill(c, d.label, "bulk_many", true, true, kCount, &perInsert)) << where;
-        EXPECT_EQ(w.perInsert, perInsert) << where;
+        // PostgreSQL's driver takes at most 4,096 markers a statement; the
+        // insert binds every column but the last.
+        const size_t markers = kColumns - 1;
+        const bool pg = std::string(d.label) == "pg";
+        EXPECT_EQ(pg && w.perInsert ? std::min(w.perInsert, 4096 / markers) : w.perInsert, perInsert) << where;
         const std::vector<std::string> got = readAll(plain, select + "bulk_many ORDER BY id", 0, nullptr, kPacked);
         ASSERT_EQ(want.size(), got.size()) << where;
         size_t differ = 0;

@@ -191,6 +191,9 @@ class Replace(unittest.TestCase):
                 client("pg", "INSERT INTO orl_hv_new VALUES (1, 10), (2, 20)")
                 # The table to replace; on PostgreSQL beside the source, under another name.
                 self.make_old(dst)
+                # A copy killed outright (no chance to drop its fresh table) leaves one behind:
+                # only what these copies leave counts.
+                left = tables_like(dst, "orl_new_")
                 # PostgreSQL divides at run time: the read fails before its first row.
                 p = copy("pg", dst, "--query", "SELECT id, v / (id - id) AS v FROM orl_hv_new",
                          "--to-table", "orl_hv_keep", "--create", "--drop-existing")
@@ -198,13 +201,13 @@ class Replace(unittest.TestCase):
                 self.assertIn("orl_hv_keep is as it was", p.stderr)
                 self.assertEqual([["1", "one"], ["2", "two"], ["3", "three"]],
                                  client(dst, "SELECT id, old_name FROM orl_hv_keep ORDER BY id"))
-                self.assertEqual([], tables_like(dst, "orl_new_"))
+                self.assertEqual(left, tables_like(dst, "orl_new_"))
                 # Whole, it takes the old one's place, key and all.
                 p = copy("pg", dst, "--table", "orl_hv_new", "--to-table", "orl_hv_keep", "--create",
                          "--drop-existing", "--verify")
                 self.assertEqual(0, p.returncode, p.stderr)
                 self.assertEqual([["1", "10"], ["2", "20"]], client(dst, "SELECT id, v FROM orl_hv_keep ORDER BY id"))
-                self.assertEqual([], tables_like(dst, "orl_new_"))
+                self.assertEqual(left, tables_like(dst, "orl_new_"))
                 self.assertEqual([], tables_like(dst, "orl_old_"))
                 p = copy("pg", dst, "--table", "orl_hv_new", "--to-table", "orl_hv_keep", "--create",
                          "--drop-existing")
