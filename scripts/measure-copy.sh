@@ -34,7 +34,7 @@ set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 cd "$ORL_REPO"
 
-usage() { sed -n '2,/^set -euo/p' "${BASH_SOURCE[0]}" | sed '$d; s/^# \{0,1\}//' >&2; }
+usage() { sed -n '3,/^set -euo/p' "${BASH_SOURCE[0]}" | sed '$d; s/^# \{0,1\}//' >&2; }
 
 rows="${ORL_BENCH_ROWS:-1000000}"
 rounds="${ORL_BENCH_ROUNDS:-3}"
@@ -296,11 +296,37 @@ load_sqlite() {
     sqlite3 -bail "$sqlite_target" "$ddl" ".import --csv '$csv' $load_table" "${fix[@]}"
 }
 
-# One measurement: the pair's name, round, tool or loader, rows, microseconds, peak RSS (KB).
-record() { printf '%s\t%s\t%s\t%s\t%s\t%s\n' "$@" >>"$results"; }
+# How many NULLs and empty values the columns that have them hold: the
+# loader's table must show the source's, or the CSV file mixed them up.
+null_profile_sql() {
+    local table="$1" c sql=""
+    for c in big_n vc ch tx d bin flag; do
+        sql+="${sql:+, }SUM(CASE WHEN $c IS NULL THEN 1 ELSE 0 END)"
+    done
+    for c in vc tx bin; do
+        sql+=", SUM(CASE WHEN $c = '' THEN 1 ELSE 0 END)"
+    done
+    echo "SELECT $sql FROM $table"
+}
+null_profile() {
+    local db="$1" table="$2"
+    case "$db" in
+        pg) pg_value "$(null_profile_sql "$table")" ;;
+        maria) maria_sql -e "$(null_profile_sql "$table")" | tr '\t' '|' ;;
+        sqlite) sqlite3 "$sqlite_target" "$(null_profile_sql "$table")" ;;
+    esac
+}
+source_profile=""
+if wants wide-pg-pg || wants wide-pg-maria || wants wide-pg-sqlite; then
+    source_profile="$(null_profile pg bench_wide)"
+fi
+
+# One measurement: the pair's name, round, tool or loader, rows, microseconds,
+# peak RSS (KB), and the seconds of the copy loop the tool reports itself.
+record() { printf '%s\t%s\t%s\t%s\t%s\t%s\t%s\n' "$@" >>"$results"; }
 
 measure_pair() {
-    local pair="$1" round="$2" kind=acc from to source query="" expected tool_table load_table csv got
+    local pair="$1" round="$2" kind=acc from to source query="" expected tool_table load_table csv got profile
     case "$pair" in wide-*) kind=wide ;; esac
     from="${pair#wide-}"; to="${from#*-}"; from="${from%-*}"
     if [[ "$kind" == wide ]]; then
@@ -319,13 +345,19 @@ measure_pair() {
     timed run_tool "$from" "$to" "$source" "$tool_table" "$query"
     got="$(count_rows "$to" "$tool_table")"
     ((got == expected)) || die "$pair: the tool's table has $got rows, not $expected"
-    record "$pair" "$round" tool "$got" "$elapsed_us" "$(tail -n1 "$work/tool.rss")"
+    record "$pair" "$round" tool "$got" "$elapsed_us" "$(tail -n1 "$work/tool.rss")" \
+        "$(sed -n 's/^copied .* in \([0-9.]*\) s .*/\1/p' "$work/tool.out")"
 
     drop_table "$to" "$load_table"
     timed "load_$to" "$load_table" "$tool_table" "$csv" "$kind"
     got="$(count_rows "$to" "$load_table")"
     ((got == expected)) || die "$pair: the loader's table has $got rows, not $expected"
-    record "$pair" "$round" loader "$got" "$elapsed_us" 0
+    if [[ "$kind" == wide ]]; then
+        profile="$(null_profile "$to" "$load_table")"
+        [[ "$profile" == "$source_profile" ]] ||
+            die "$pair: NULLs and empty values of the loader's table ($profile) are not the source's ($source_profile)"
+    fi
+    record "$pair" "$round" loader "$got" "$elapsed_us" 0 0
     log "$pair round $round: $(tail -n1 "$work/tool.out"); loader $(awk -v r="$got" -v us="$elapsed_us" \
         'BEGIN { printf "%d rows/s", r / (us / 1e6) }')"
 }
@@ -372,6 +404,7 @@ for p in "${pair_list[@]}"; do
     n="$(awk -F'\t' -v p="$p" '$1 == p { print $4; exit }' "$results")"
     tool_rate="$(awk -F'\t' -v p="$p" '$1 == p && $3 == "tool" { print $4 / ($5 / 1e6) }' "$results" | median)"
     load_rate="$(awk -F'\t' -v p="$p" '$1 == p && $3 == "loader" { print $4 / ($5 / 1e6) }' "$results" | median)"
+    own_rate="$(awk -F'\t' -v p="$p" '$1 == p && $3 == "tool" && $7 > 0 { print $4 / $7 }' "$results" | median)"
     rss_mb="$(awk -F'\t' -v p="$p" '$1 == p && $3 == "tool" && $6 > m { m = $6 } END { printf "%.1f", m / 1024 }' "$results")"
     target=0.80
     [[ "$to" == pg ]] && target=0.50
@@ -382,7 +415,7 @@ for p in "${pair_list[@]}"; do
     # The SQLite loader's bytea stays hex text (no unhex() in sqlite3 3.40).
     [[ "$kind" == wide && "$to" == sqlite ]] && cols="id, small_n, big_n, dbl, amount, vc, ch, tx, d, ts, tm, flag"
     differ="$(differing_rows "$to" "$tool_table" "${tool_table}_loader" "$cols")"
-    lines+=("copy-bench pair=$p table=$source rows=$n rounds=$rounds tool_rows_s=$(printf '%.0f' "$tool_rate") loader_rows_s=$(printf '%.0f' "$load_rate") ratio=$ratio target=$target meets=$meets tool_peak_rss_mb=$rss_mb differing_rows=$differ")
+    lines+=("copy-bench pair=$p table=$source rows=$n rounds=$rounds tool_rows_s=$(printf '%.0f' "$tool_rate") loader_rows_s=$(printf '%.0f' "$load_rate") tool_loop_rows_s=$(printf '%.0f' "$own_rate") ratio=$ratio target=$target meets=$meets tool_peak_rss_mb=$rss_mb differing_rows=$differ")
     table+=("| $(db_name "$from") → $(db_name "$to") | $source | $(grouped "$n") | $(grouped "$tool_rate") | $(loader_name "$to") | $(grouped "$load_rate") | $(printf '%.2f' "$ratio")x | ≥ ${target}x $([[ "$meets" == yes ]] && echo "✓" || echo "✗") | $rss_mb |")
     if ((keep == 0)); then
         drop_table "$to" "$tool_table"
@@ -394,6 +427,14 @@ echo
 printf '%s\n' "${lines[@]}"
 echo
 echo "orlodbc copy (one job, --commit-every 100000${extra_flags[*]:+, ${extra_flags[*]}}) beside each target's loader;"
-echo "medians of $rounds rounds, wall time from process start to exit; load average at the end: $(cut -d' ' -f1-3 /proc/loadavg)"
+for side in FROM TO; do
+    for db in PG MARIA SQLITE; do
+        var="ORL_BENCH_${side}_${db}_FLAGS"
+        [[ -z "${!var:-}" ]] || echo "${side,,} $(db_name "${db,,}") only: ${!var}"
+    done
+done
+((into_pg_rows == 0 || into_pg_rows >= rows)) || echo "pgbench_accounts into PostgreSQL: its first $into_pg_rows rows only"
+echo "medians of $rounds rounds, wall time from process start to exit, peak RSS the largest of the rounds;"
+echo "load average at the end: $(cut -d' ' -f1-3 /proc/loadavg) on $(nproc) cores"
 echo
 printf '%s\n' "${table[@]}"
