@@ -79,7 +79,7 @@ orlodbc=./build/tools/orlodbc/orlodbc
 pg_bin="$(pg_bindir)"
 [[ -x "$pg_bin/pgbench" ]] || die "no $pg_bin/pgbench: run scripts/install-deps.sh"
 command -v sqlite3 >/dev/null || die "no sqlite3: run scripts/install-deps.sh"
-. scripts/odbc-env.sh 2>/dev/null
+. scripts/odbc-env.sh
 
 work="$ORL_RUN_DIR/bench-copy"
 mkdir -p "$work"
