@@ -21,6 +21,9 @@
 # the ratio tool/loader against its target, the tool's peak RSS, as a markdown
 # table and as one `copy-bench key=value ...` line a pair.
 #
+# --keep leaves the tables and the CSV files (under $ORL_RUN_DIR/bench-copy)
+# in place for a look; by default they go at the end.
+#
 # Extra copy flags for one side only: ORL_BENCH_FROM_PG_FLAGS,
 # ORL_BENCH_FROM_MARIA_FLAGS, ORL_BENCH_FROM_SQLITE_FLAGS (copies out of that
 # database) and ORL_BENCH_TO_PG_FLAGS, ORL_BENCH_TO_MARIA_FLAGS,
@@ -90,15 +93,14 @@ sqlite_target="$ORL_RUN_DIR/sqlite/orl_copy.db"  # DSN orl_sqlite_copy
 
 # The clients over TCP, as the driver connects.
 pg_sql() {
-    PGPASSWORD="$ORL_DB_PASSWORD" PGOPTIONS="-c client_min_messages=warning" "$pg_bin/psql" -X -q -v ON_ERROR_STOP=1 -h 127.0.0.1 -p "$ORL_PG_PORT" \
-        -U "$ORL_DB_USER" -d "$ORL_DB_NAME" "$@"
+    PGPASSWORD="$ORL_DB_PASSWORD" PGOPTIONS="-c client_min_messages=warning" "$pg_bin/psql" -X -q \
+        -v ON_ERROR_STOP=1 -h 127.0.0.1 -p "$ORL_PG_PORT" -U "$ORL_DB_USER" -d "$ORL_DB_NAME" "$@"
 }
 pg_value() { pg_sql -At -c "$1"; }
 maria_sql() {
     mariadb --no-defaults --protocol=tcp -h 127.0.0.1 -P "$ORL_MARIA_PORT" -u "$ORL_DB_USER" \
         -p"$ORL_DB_PASSWORD" --local-infile=1 -N -B "$ORL_DB_NAME" "$@"
 }
-sqlite_file() { case "$1" in source) echo "$sqlite_source" ;; *) echo "$sqlite_target" ;; esac; }
 
 pg_value 'SELECT 1' >/dev/null ||
     die "PostgreSQL not reachable on 127.0.0.1:$ORL_PG_PORT: ORL_PG_PORT=$ORL_PG_PORT scripts/db-start.sh all"
@@ -422,6 +424,15 @@ for p in "${pair_list[@]}"; do
         drop_table "$to" "${tool_table}_loader"
     fi
 done
+
+# The sources and the CSV files go too (hundreds of MB at a million rows),
+# unless kept for a look.
+if ((keep == 0)); then
+    pg_sql -c "DROP TABLE IF EXISTS bench_wide, pgbench_accounts, pgbench_branches, pgbench_tellers, pgbench_history"
+    ! wants maria-pg || maria_sql -e "DROP TABLE IF EXISTS pgbench_accounts"
+    ! wants sqlite-pg || sqlite3 "$sqlite_source" "DROP TABLE IF EXISTS pgbench_accounts"
+    rm -f "$work"/acc_*.csv "$work"/wide_*.csv
+fi
 
 echo
 printf '%s\n' "${lines[@]}"
