@@ -16,8 +16,9 @@
 # Each copy is `orlodbc copy --create --drop-existing --commit-every 100000`
 # with one job; beside it the target's loader loads the same rows from a CSV
 # file made beforehand into an empty table of the same shape: psql's \copy,
-# MariaDB's LOAD DATA LOCAL INFILE, sqlite3's .import --csv. Both are timed
-# from process start to exit. At the end: medians of rows/s over the rounds,
+# MariaDB's LOAD DATA LOCAL INFILE, sqlite3's .import --csv (and, for the
+# table of every type, the UPDATE that turns its \N back into NULL). Both are
+# timed from process start to exit. At the end: medians of rows/s over the rounds,
 # the ratio tool/loader against its target, the tool's peak RSS, as a markdown
 # table and as one `copy-bench key=value ...` line a pair.
 #
