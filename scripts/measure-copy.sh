@@ -122,8 +122,9 @@ fi
 
 if wants wide-pg-pg || wants wide-pg-maria || wants wide-pg-sqlite; then
     log "bench_wide: $wide_rows rows of every type"
-    # NULLs in every nullable kind, empty strings beside them, quotes, commas
-    # and line breaks: what a CSV file must carry over unchanged.
+    # NULLs in every nullable kind, empty strings beside them, the string
+    # NULL, quotes, commas, line breaks, tabs, backslashes, blanks at both
+    # ends and non-ASCII letters: what a CSV file must carry over unchanged.
     pg_sql <<SQL
 DROP TABLE IF EXISTS bench_wide;
 CREATE TABLE bench_wide (id integer NOT NULL PRIMARY KEY, small_n smallint, big_n bigint,
@@ -133,10 +134,11 @@ INSERT INTO bench_wide
 SELECT g, (g % 30000)::smallint,
     CASE WHEN g % 19 = 0 THEN NULL ELSE g::bigint * 1000003 * (1 - 2 * (g % 2)) END,
     g * 0.125, (g * 1.2345)::numeric(18,4),
-    CASE WHEN g % 11 = 0 THEN '' WHEN g % 13 = 0 THEN NULL ELSE 'name ' || g END,
-    CASE WHEN g % 7 = 0 THEN NULL ELSE 'c' || (g % 1000) END,
+    CASE WHEN g % 11 = 0 THEN '' WHEN g % 13 = 0 THEN NULL WHEN g % 29 = 0 THEN 'back\slash ' || g
+        ELSE 'name ' || g END,
+    CASE WHEN g % 7 = 0 THEN NULL WHEN g % 31 = 0 THEN 'grüße' ELSE 'c' || (g % 1000) END,
     CASE g % 6 WHEN 0 THEN 'comma, "quote" ' || g WHEN 1 THEN E'line\nbreak ' || g
-        WHEN 2 THEN NULL WHEN 3 THEN '' WHEN 4 THEN 'NULL' ELSE 'plain text ' || g END,
+        WHEN 2 THEN NULL WHEN 3 THEN '' WHEN 4 THEN 'NULL' ELSE E' tab\tand €, ünïcode ' || g END,
     CASE WHEN g % 23 = 0 THEN NULL ELSE date '2000-01-01' + (g % 10000) END,
     timestamp '2020-01-01' + g * interval '1.125 second',
     time '00:00' + (g % 86400) * interval '1 second',
