@@ -410,6 +410,10 @@ for p in "${pair_list[@]}"; do
     tool_rate="$(awk -F'\t' -v p="$p" '$1 == p && $3 == "tool" { print $4 / ($5 / 1e6) }' "$results" | median)"
     load_rate="$(awk -F'\t' -v p="$p" '$1 == p && $3 == "loader" { print $4 / ($5 / 1e6) }' "$results" | median)"
     own_rate="$(awk -F'\t' -v p="$p" '$1 == p && $3 == "tool" && $7 > 0 { print $4 / $7 }' "$results" | median)"
+    # Each round's tool and loader met the same load: the median of their
+    # ratios moves less than the ratio of the medians when the load changes.
+    round_ratio="$(awk -F'\t' -v p="$p" '$1 == p { r[$2, $3] = $4 / ($5 / 1e6); n[$2] = 1 }
+        END { for (k in n) print r[k, "tool"] / r[k, "loader"] }' "$results" | median)"
     rss_mb="$(awk -F'\t' -v p="$p" '$1 == p && $3 == "tool" && $6 > m { m = $6 } END { printf "%.1f", m / 1024 }' "$results")"
     target=0.80
     [[ "$to" == pg ]] && target=0.50
@@ -420,7 +424,7 @@ for p in "${pair_list[@]}"; do
     # The SQLite loader's bytea stays hex text (no unhex() in sqlite3 3.40).
     [[ "$kind" == wide && "$to" == sqlite ]] && cols="id, small_n, big_n, dbl, amount, vc, ch, tx, d, ts, tm, flag"
     differ="$(differing_rows "$to" "$tool_table" "${tool_table}_loader" "$cols")"
-    lines+=("copy-bench pair=$p table=$source rows=$n rounds=$rounds tool_rows_s=$(printf '%.0f' "$tool_rate") loader_rows_s=$(printf '%.0f' "$load_rate") tool_loop_rows_s=$(printf '%.0f' "$own_rate") ratio=$ratio target=$target meets=$meets tool_peak_rss_mb=$rss_mb differing_rows=$differ")
+    lines+=("copy-bench pair=$p table=$source rows=$n rounds=$rounds tool_rows_s=$(printf '%.0f' "$tool_rate") loader_rows_s=$(printf '%.0f' "$load_rate") tool_loop_rows_s=$(printf '%.0f' "$own_rate") ratio=$ratio round_ratio_median=$(printf '%.3f' "$round_ratio") target=$target meets=$meets tool_peak_rss_mb=$rss_mb differing_rows=$differ")
     table+=("| $(db_name "$from") → $(db_name "$to") | $source | $(grouped "$n") | $(grouped "$tool_rate") | $(loader_name "$to") | $(grouped "$load_rate") | $(printf '%.2f' "$ratio")x | ≥ ${target}x $([[ "$meets" == yes ]] && echo "✓" || echo "✗") | $rss_mb |")
     if ((keep == 0)); then
         drop_table "$to" "$tool_table"
