@@ -85,6 +85,7 @@ pg_bin="$(pg_bindir)"
 command -v sqlite3 >/dev/null || die "no sqlite3: run scripts/install-deps.sh"
 . scripts/odbc-env.sh
 
+load_at_start="$(cut -d' ' -f1-3 /proc/loadavg)"
 work="$ORL_RUN_DIR/bench-copy"
 mkdir -p "$work"
 results="$work/results.tsv"
@@ -453,6 +454,6 @@ for side in FROM TO; do
 done
 ((into_pg_rows == 0 || into_pg_rows >= rows)) || echo "pgbench_accounts into PostgreSQL: its first $into_pg_rows rows only"
 echo "medians of $rounds rounds, wall time from process start to exit, peak RSS the largest of the rounds;"
-echo "load average at the end: $(cut -d' ' -f1-3 /proc/loadavg) on $(nproc) cores"
+echo "load average at the start: $load_at_start, at the end: $(cut -d' ' -f1-3 /proc/loadavg), on $(nproc) cores"
 echo
 printf '%s\n' "${table[@]}"
