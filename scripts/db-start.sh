@@ -111,11 +111,13 @@ maria_start() {
         log "maria: starting on 127.0.0.1:$ORL_MARIA_PORT"
         # --no-defaults keeps the system my.cnf (its socket, port and log paths) out;
         # setsid detaches the server from the caller's session and signals.
+        # local-infile: the copy benchmark's loader reads its CSV file from the
+        # client; said here so a changed server default can't turn it off.
         setsid mariadbd --no-defaults "${user_opt[@]}" --datadir="$MARIA_DATA" \
             --bind-address=127.0.0.1 --port="$ORL_MARIA_PORT" --socket="$MARIA_SOCK" \
             --pid-file="$MARIA_PID" --tmpdir="$MARIA_DIR/tmp" --skip-name-resolve \
             --character-set-server=utf8mb4 --collation-server=utf8mb4_general_ci \
-            --innodb-flush-log-at-trx-commit=2 --max-allowed-packet=256M \
+            --innodb-flush-log-at-trx-commit=2 --max-allowed-packet=256M --local-infile=1 \
             </dev/null >>"$MARIA_LOG" 2>&1 &
         pid=$!
     fi

@@ -11,6 +11,10 @@ PACKAGES=(
     postgresql mariadb-server mariadb-client
     libicu-dev libgoogle-perftools-dev libgtest-dev libgmock-dev libbenchmark-dev
     libcli11-dev libintelrdfpmath-dev clang libclang-rt-14-dev valgrind ccache
+    # The copy benchmark: pgbench (shipped with the server of Debian 12's
+    # PostgreSQL, 15, not with its client) makes the rows, and GNU time
+    # reports the tool's peak memory.
+    postgresql-15 time
 )
 
 missing=()
