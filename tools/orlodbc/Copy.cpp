@@ -1,5 +1,6 @@
 #include "tools/orlodbc/Copy.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstdio>
 #include <memory>
@@ -8,11 +9,13 @@
 #include <thread>
 
 #include "datatypes/DataTypes.h"
+#include "tools/orlodbc/Chunks.h"
 #include "tools/orlodbc/CopyJob.h"
 #include "tools/orlodbc/CopyPlan.h"
 #include "tools/orlodbc/Dialect.h"
 #include "tools/orlodbc/Links.h"
 #include "tools/orlodbc/Progress.h"
+#include "tools/orlodbc/Resume.h"
 #include "tools/orlodbc/Split.h"
 #include "tools/orlodbc/Target.h"
 #include "tools/orlodbc/Verify.h"
@@ -194,9 +197,23 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
     const int named = checkTargetNames(toDialect, toTable, shape, err);
     if (named != 0) return named;
     const std::string source = o.query.empty() ? fromName : "(" + o.query + ") orl_source";
+    // A resumed copy goes on in the table as it is: neither made again nor replaced.
+    bool create = o.create, dropExisting = o.dropExisting;
+    bool resuming = false;
+    if (o.resume) {
+        ClassicLink target(host);
+        if (!target.open(toService, why)) {
+            err << "orlodbc: target: " << why << std::endl;
+            return 1;
+        }
+        resuming = tableExists(target, toDialect, toTable);
+        if (resuming && create)
+            out << "resume: " << shownName(toTable) << " exists: it is neither created nor replaced" << std::endl;
+        if (resuming) create = dropExisting = false;
+    }
     // Replacing a table: the rows go into a fresh one, and the old one stays until they are whole.
     Replacement replacement(host, toService, toDialect, toTable, err);
-    if (!replacement.prepare(o.create && o.dropExisting, why)) {
+    if (!replacement.prepare(create && dropExisting, why)) {
         err << "orlodbc: target: " << why << std::endl;
         return 1;
     }
@@ -211,7 +228,7 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
         in.createAs = &writeTable;
         in.source = source;
         in.shape = &shape;
-        in.create = o.create;
+        in.create = create;
         in.allowLossy = o.allowLossy;
         const int planned = planCopy(host, fromService, toService, probe, in, plan, err);
         if (planned != 0) return planned;
@@ -234,9 +251,32 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
         }
     }
 
+    // Reading in chunks of an integer key, else whole, saying what that may cost.
+    int chunkColumn = -1;
+    if (o.chunkRows > 0 || o.resume) {
+        const int named = o.splitBy.empty() ? -1 : findColumn(shape, o.splitBy);
+        std::string noKey;
+        chunkColumn = chunkKey(plan.columns, shape.types, o.splitBy, named, noKey);
+        if (chunkColumn < 0 && o.resume) {
+            err << "orlodbc: --resume finds where the target ends by an integer key, and the source has none: "
+                << noKey << "; nothing was written" << std::endl;
+            return 2;
+        }
+        if (chunkColumn < 0 && o.chunkRows > 0 && (o.splitBy.empty() || o.jobs == 1)) {
+            const std::string setting = streamingSetting(fromDialect.kind);
+            err << "orlodbc: source: read in one query, not in chunks (" << (o.query.empty() ? noKey : "a query source needs --split-by")
+                << "): its ODBC driver may hold the whole result in memory"
+                << (setting.empty() ? std::string() : " unless the data source sets " + setting) << std::endl;
+        }
+    }
+    if (o.jobs > 1 && o.splitBy.empty() && chunkColumn < 0) {
+        err << "orlodbc: --jobs needs --split-by, or a source table with an integer primary key" << std::endl;
+        return 2;
+    }
+
     std::string splitKey;
     bool splitInteger = true;
-    if (!o.splitBy.empty() && o.jobs > 1) {
+    if (!o.splitBy.empty() && o.jobs > 1 && chunkColumn < 0) {
         const int k = findColumn(shape, o.splitBy);
         if (k < 0) {
             err << "orlodbc: --split-by " << shownName(o.splitBy) << ": the source has no such column" << std::endl;
@@ -254,14 +294,14 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
         splitInteger = integerKey(shape.types[k]) && !decimalKey;
     }
 
-    if (o.create) {
+    if (create) {
         ClassicLink target(host);
         if (!target.open(toService, why)) {
             err << "orlodbc: target: " << why << std::endl;
             return 1;
         }
         const int created =
-            createTarget(target, toDialect, writeTable, shape, o.dropExisting && !replacement.active(), err, plan.createSql);
+            createTarget(target, toDialect, writeTable, shape, dropExisting && !replacement.active(), err, plan.createSql);
         if (created != 0) return created;
         replacement.made();
     }
@@ -278,6 +318,57 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
         if (!nulls[0] && !nulls[1]) conditions = splitConditions(splitKey, v[0], v[1], o.jobs);
     }
     if (conditions.empty()) conditions.push_back("");
+    std::vector<KeyChunk> chunks;
+    std::vector<size_t> todo;  // the chunks to copy, in key order
+    uint64_t kept = 0;         // rows a resumed copy found in the target
+    if (chunkColumn >= 0) {
+        const std::string key = quoteName(fromDialect, shape.names[chunkColumn]);
+        const SourceColumn& col = plan.columns[chunkColumn];
+        uint64_t nullRows = 0;
+        if (!col.key && !col.notNull) {
+            std::vector<int64_t> v(1);
+            std::vector<bool> nulls(1);
+            if (!readLongs(probe, "SELECT COUNT(*) FROM " + source + " WHERE " + key + " IS NULL", v, nulls)) {
+                err << "orlodbc: " << probe.why() << std::endl;
+                return 1;
+            }
+            nullRows = nulls[0] ? 0 : static_cast<uint64_t>(v[0]);
+        }
+        const long rows = o.chunkRows > 0 ? o.chunkRows : 50000;
+        const BoundQuery bound = [&](bool first, int64_t after, bool& empty, int64_t& last, uint64_t& count) {
+            std::vector<int64_t> v(2);
+            std::vector<bool> nulls(2);
+            if (!readLongs(probe, nextBoundSql(key, source, first, after, rows), v, nulls)) return false;
+            empty = nulls[0];
+            last = v[0];
+            count = static_cast<uint64_t>(v[1]);
+            return true;
+        };
+        if (!walkChunks(bound, rows, nullRows, chunks)) {
+            err << "orlodbc: " << probe.why() << std::endl;
+            return 1;
+        }
+        ResumePoint point;
+        point.done.assign(chunks.size(), false);
+        if (resuming) {
+            const int found = findResumePoint(host, toService, quoteTable(toDialect, writeTable),
+                                              quoteName(toDialect, shape.names[chunkColumn]), probe, key, source,
+                                              chunks, point, err);
+            if (found != 0) return found;
+            kept = point.keptRows;
+            out << "resumed: the target holds " << kept << " rows in " << point.keptChunks << " of the "
+                << chunks.size() << " chunks of " << shownName(shape.names[chunkColumn]);
+            size_t last = chunks.size();
+            for (size_t i = 0; i < chunks.size(); ++i)
+                if (point.done[i]) last = i;
+            if (last < chunks.size() && chunks[last].hasHigh) out << " (keys up to " << chunks[last].high << ")";
+            out << "; copying the other " << chunks.size() - point.keptChunks << std::endl;
+        }
+        for (size_t i = 0; i < chunks.size(); ++i)
+            if (!point.done[i]) todo.push_back(i);
+        conditions.assign(std::min<size_t>(static_cast<size_t>(o.jobs < 1 ? 1 : o.jobs), std::max<size_t>(todo.size(), 1)),
+                          std::string());
+    }
     uint64_t total = 0;
     bool counted = false;
     if (o.query.empty()) {
@@ -297,6 +388,17 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
         "INSERT INTO " + targetName + " (" + quoteNames(toDialect, shape.names) + ") VALUES (" + params + ")";
 
     const size_t jobs = conditions.size();
+    // Jobs take the chunks in key order, each the next one left.
+    std::atomic<size_t> nextChunk{0};
+    const std::string chunkKeyName = chunkColumn >= 0 ? quoteName(fromDialect, shape.names[chunkColumn]) : std::string();
+    const auto takeChunk = [&](std::string& sql, std::string& range) {
+        const size_t i = nextChunk++;
+        if (i >= todo.size()) return false;
+        const KeyChunk& c = chunks[todo[i]];
+        sql = "SELECT " + selectList + " FROM " + source + " WHERE " + chunkCondition(chunkKeyName, c);
+        range = " of the rows " + shownChunk(c);
+        return true;
+    };
     std::vector<JobPlan> plans(jobs);
     std::vector<std::unique_ptr<BulkLink> > srcLinks, dstLinks;
     for (size_t i = 0; i < jobs; ++i) {
@@ -308,6 +410,7 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
         p.shape = &planned;
         p.batch = o.batch < 1 ? 1 : o.batch;
         p.commitEvery = o.commitEvery;
+        if (chunkColumn >= 0) p.nextChunk = takeChunk;
         // Every connection is made here, on one thread; each job then owns its pair.
         srcLinks.emplace_back(new BulkLink(host, "source"));
         dstLinks.emplace_back(new BulkLink(host, "target"));
@@ -349,9 +452,11 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
             err << "orlodbc: the target keeps the " << committed << " rows committed before the failure" << std::endl;
         return 1;
     }
-    if (counted && rows != total) {
+    if (counted && rows + kept != total) {
         err << "orlodbc: the source counted " << total << " rows before the copy and the " << jobs
-            << (jobs == 1 ? " job" : " jobs") << " copied " << rows << "; the source changed during the copy"
+            << (jobs == 1 ? " job" : " jobs") << " copied " << rows
+            << (kept > 0 ? " to the " + std::to_string(kept) + " the target held" : std::string())
+            << "; the source changed during the copy"
             << (jobs > 1 ? " or the jobs' ranges missed rows" : "") << std::endl;
         return 1;
     }
@@ -362,7 +467,11 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
     line << "copied " << rows << " rows from " << fromService.getPropertyValueAsString("DSN", "source") << " to "
          << toService.getPropertyValueAsString("DSN", "target") << "." << shownName(toTable) << " in " << rate
          << " s (" << grouped(seconds > 0 ? static_cast<uint64_t>(rows / seconds) : rows) << " rows/s, " << jobs
-         << (jobs == 1 ? " job" : " jobs") << (!arrays                ? std::string()
+         << (jobs == 1 ? " job" : " jobs")
+         << (chunkColumn >= 0 ? ", chunks of " + grouped(static_cast<uint64_t>(o.chunkRows > 0 ? o.chunkRows : 50000)) +
+                                    " rows by " + shownName(shape.names[chunkColumn])
+                              : std::string())
+         << (!arrays                ? std::string()
              : rowsPerStatement > 1 ? ", INSERTs of up to " + std::to_string(rowsPerStatement) + " rows"
                                     : ", row arrays of " + batch) << ")";
     out << line.str() << std::endl;
@@ -376,6 +485,14 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
         b.dialect = toDialect;
         b.from = targetName;
         b.readBackSql = "SELECT " + quoteNames(toDialect, shape.names) + " FROM " + targetName;
+        // What the databases can't sum themselves is read row by row: a chunk at a time, too.
+        if (chunkColumn >= 0) {
+            const std::string keyThere = quoteName(toDialect, shape.names[chunkColumn]);
+            for (const KeyChunk& c : chunks) {
+                a.where.push_back(chunkCondition(chunkKeyName, c));
+                b.where.push_back(chunkCondition(keyThere, c));
+            }
+        }
         if (verifyCopy(host, a, b, shape, plan.columns, plan.targetTypes, out, err) != 0) return 1;
     }
     return replacement.finish();

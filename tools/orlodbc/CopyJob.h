@@ -4,6 +4,7 @@
 #pragma once
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <string>
 
 #include "tools/orlodbc/Links.h"
@@ -26,6 +27,11 @@ struct JobPlan {
     const Shape* shape = nullptr;
     int batch = 1;
     long commitEvery = 0;
+    // Reading in chunks: each call gives the next chunk's SELECT and how a
+    // failure names it, false when none is left; selectSql is then unused.
+    // The job commits at the end of a chunk once `commitEvery` rows (0: any)
+    // are in since its last commit, so the target holds whole chunks only.
+    std::function<bool(std::string& selectSql, std::string& range)> nextChunk;
 };
 
 // Runs the plan on its own pair of connections. `stop` is shared by the jobs
