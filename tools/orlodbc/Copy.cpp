@@ -318,6 +318,16 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
         if (!nulls[0] && !nulls[1]) conditions = splitConditions(splitKey, v[0], v[1], o.jobs);
     }
     if (conditions.empty()) conditions.push_back("");
+    uint64_t total = 0;
+    bool counted = false;
+    if (o.query.empty()) {
+        // Counting a table is cheap enough for a percentage and for the check of the jobs' sum; a query may not be.
+        std::vector<int64_t> v(1);
+        std::vector<bool> nulls(1);
+        counted = readLongs(probe, "SELECT COUNT(*) FROM " + fromName, v, nulls) && !nulls[0];
+        if (counted) total = static_cast<uint64_t>(v[0]);
+    }
+    long chunkRows = 0;
     std::vector<KeyChunk> chunks;
     std::vector<size_t> todo;  // the chunks to copy, in key order
     uint64_t kept = 0;         // rows a resumed copy found in the target
@@ -334,7 +344,13 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
             }
             nullRows = nulls[0] ? 0 : static_cast<uint64_t>(v[0]);
         }
-        const long rows = o.chunkRows > 0 ? o.chunkRows : 50000;
+        // Enough chunks that every job has one.
+        long rows = o.chunkRows > 0 ? o.chunkRows : 50000;
+        if (o.jobs > 1 && counted && total > 0) {
+            const uint64_t share = (total + static_cast<uint64_t>(o.jobs) - 1) / static_cast<uint64_t>(o.jobs);
+            if (share < static_cast<uint64_t>(rows)) rows = static_cast<long>(share);
+        }
+        chunkRows = rows;
         const BoundQuery bound = [&](bool first, int64_t after, bool& empty, int64_t& last, uint64_t& count) {
             std::vector<int64_t> v(2);
             std::vector<bool> nulls(2);
@@ -368,15 +384,6 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
             if (!point.done[i]) todo.push_back(i);
         conditions.assign(std::min<size_t>(static_cast<size_t>(o.jobs < 1 ? 1 : o.jobs), std::max<size_t>(todo.size(), 1)),
                           std::string());
-    }
-    uint64_t total = 0;
-    bool counted = false;
-    if (o.query.empty()) {
-        // Counting a table is cheap enough for a percentage and for the check of the jobs' sum; a query may not be.
-        std::vector<int64_t> v(1);
-        std::vector<bool> nulls(1);
-        counted = readLongs(probe, "SELECT COUNT(*) FROM " + fromName, v, nulls) && !nulls[0];
-        if (counted) total = static_cast<uint64_t>(v[0]);
     }
     // Nothing of the set-up stays open: an embedded database locks its file for an open read.
     probe.connection()->rollback(probe.error());
@@ -468,7 +475,7 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
          << toService.getPropertyValueAsString("DSN", "target") << "." << shownName(toTable) << " in " << rate
          << " s (" << grouped(seconds > 0 ? static_cast<uint64_t>(rows / seconds) : rows) << " rows/s, " << jobs
          << (jobs == 1 ? " job" : " jobs")
-         << (chunkColumn >= 0 ? ", chunks of " + grouped(static_cast<uint64_t>(o.chunkRows > 0 ? o.chunkRows : 50000)) +
+         << (chunkColumn >= 0 ? ", chunks of " + grouped(static_cast<uint64_t>(chunkRows)) +
                                     " rows by " + shownName(shape.names[chunkColumn])
                               : std::string())
          << (!arrays                ? std::string()
