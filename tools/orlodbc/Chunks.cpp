@@ -57,6 +57,25 @@ bool walkChunks(const BoundQuery& bound, long rows, uint64_t nullRows, std::vect
     return true;
 }
 
+bool sourceChunks(BulkLink& probe, const std::string& key, const std::string& source, bool nullable, long rows,
+                  std::vector<KeyChunk>& chunks) {
+    std::vector<int64_t> v(2);
+    std::vector<bool> nulls(2);
+    uint64_t nullRows = 0;
+    if (nullable) {
+        if (!readLongs(probe, "SELECT COUNT(*), 0 FROM " + source + " WHERE " + key + " IS NULL", v, nulls)) return false;
+        nullRows = nulls[0] ? 0 : static_cast<uint64_t>(v[0]);
+    }
+    const BoundQuery bound = [&](bool first, int64_t after, bool& empty, int64_t& last, uint64_t& count) {
+        if (!readLongs(probe, nextBoundSql(key, source, first, after, rows), v, nulls)) return false;
+        empty = nulls[0];
+        last = v[0];
+        count = static_cast<uint64_t>(v[1]);
+        return true;
+    };
+    return walkChunks(bound, rows, nullRows, chunks);
+}
+
 int chunkKey(const std::vector<SourceColumn>& columns, const std::vector<unsigned int>& words,
              const std::string& splitBy, int splitColumn, std::string& why) {
     auto integer = [&](size_t j) {

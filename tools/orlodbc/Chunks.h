@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "tools/orlodbc/Dialect.h"
+#include "tools/orlodbc/Links.h"
 #include "tools/orlodbc/Plan.h"
 
 namespace orlodbc {
@@ -43,6 +44,11 @@ typedef std::function<bool(bool first, int64_t after, bool& empty, int64_t& last
 // chunk and shows in the count check instead of vanishing. False when a
 // query failed.
 bool walkChunks(const BoundQuery& bound, long rows, uint64_t nullRows, std::vector<KeyChunk>& chunks);
+
+// walkChunks over `source` on `probe`, by `key` written in the source's way;
+// `nullable`: rows without a key are counted first. False with probe.why().
+bool sourceChunks(BulkLink& probe, const std::string& key, const std::string& source, bool nullable, long rows,
+                  std::vector<KeyChunk>& chunks);
 
 // Which column a copy reads in chunks: the one named by --split-by, else the
 // source's primary key when it is a single integer column. -1 with `why`

@@ -334,54 +334,26 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
     if (chunkColumn >= 0) {
         const std::string key = quoteName(fromDialect, shape.names[chunkColumn]);
         const SourceColumn& col = plan.columns[chunkColumn];
-        uint64_t nullRows = 0;
-        if (!col.key && !col.notNull) {
-            std::vector<int64_t> v(1);
-            std::vector<bool> nulls(1);
-            if (!readLongs(probe, "SELECT COUNT(*) FROM " + source + " WHERE " + key + " IS NULL", v, nulls)) {
-                err << "orlodbc: " << probe.why() << std::endl;
-                return 1;
-            }
-            nullRows = nulls[0] ? 0 : static_cast<uint64_t>(v[0]);
-        }
         // Enough chunks that every job has one.
-        long rows = o.chunkRows > 0 ? o.chunkRows : 50000;
-        if (o.jobs > 1 && counted && total > 0) {
-            const uint64_t share = (total + static_cast<uint64_t>(o.jobs) - 1) / static_cast<uint64_t>(o.jobs);
-            if (share < static_cast<uint64_t>(rows)) rows = static_cast<long>(share);
-        }
-        chunkRows = rows;
-        const BoundQuery bound = [&](bool first, int64_t after, bool& empty, int64_t& last, uint64_t& count) {
-            std::vector<int64_t> v(2);
-            std::vector<bool> nulls(2);
-            if (!readLongs(probe, nextBoundSql(key, source, first, after, rows), v, nulls)) return false;
-            empty = nulls[0];
-            last = v[0];
-            count = static_cast<uint64_t>(v[1]);
-            return true;
-        };
-        if (!walkChunks(bound, rows, nullRows, chunks)) {
+        chunkRows = o.chunkRows > 0 ? o.chunkRows : 50000;
+        if (o.jobs > 1 && counted && total > 0)
+            chunkRows = std::min<long>(chunkRows, static_cast<long>((total + o.jobs - 1) / o.jobs));
+        if (!sourceChunks(probe, key, source, !col.key && !col.notNull, chunkRows, chunks)) {
             err << "orlodbc: " << probe.why() << std::endl;
             return 1;
         }
-        ResumePoint point;
-        point.done.assign(chunks.size(), false);
+        for (size_t i = 0; i < chunks.size(); ++i) todo.push_back(i);
         if (resuming) {
-            const int found = findResumePoint(host, toService, quoteTable(toDialect, writeTable),
-                                              quoteName(toDialect, shape.names[chunkColumn]), probe, key, source,
-                                              chunks, point, err);
+            ResumeInput in;
+            in.toService = &toService;
+            in.targetTable = quoteTable(toDialect, writeTable);
+            in.targetKey = quoteName(toDialect, shape.names[chunkColumn]);
+            in.source = source;
+            in.sourceKey = key;
+            in.keyName = shownName(shape.names[chunkColumn]);
+            const int found = resumeChunks(host, probe, in, chunks, todo, kept, out, err);
             if (found != 0) return found;
-            kept = point.keptRows;
-            out << "resumed: the target holds " << kept << " rows in " << point.keptChunks << " of the "
-                << chunks.size() << " chunks of " << shownName(shape.names[chunkColumn]);
-            size_t last = chunks.size();
-            for (size_t i = 0; i < chunks.size(); ++i)
-                if (point.done[i]) last = i;
-            if (last < chunks.size() && chunks[last].hasHigh) out << " (keys up to " << chunks[last].high << ")";
-            out << "; copying the other " << chunks.size() - point.keptChunks << std::endl;
         }
-        for (size_t i = 0; i < chunks.size(); ++i)
-            if (!point.done[i]) todo.push_back(i);
         conditions.assign(std::min<size_t>(static_cast<size_t>(o.jobs < 1 ? 1 : o.jobs), std::max<size_t>(todo.size(), 1)),
                           std::string());
     }

@@ -38,18 +38,16 @@ bool findResume(const std::vector<KeyChunk>& chunks, uint64_t targetRows, bool h
     return true;
 }
 
-int findResumePoint(DriverHost& host, const KORVEL::Orl::DataService& toService, const std::string& targetTable,
-                    const std::string& targetKey, BulkLink& probe, const std::string& sourceKey,
-                    const std::string& source, const std::vector<KeyChunk>& chunks, ResumePoint& point,
-                    std::ostream& err) {
+int resumeChunks(DriverHost& host, BulkLink& probe, const ResumeInput& in, const std::vector<KeyChunk>& chunks,
+                 std::vector<size_t>& todo, uint64_t& kept, std::ostream& out, std::ostream& err) {
     BulkLink target(host, "target");
-    if (!target.open(toService)) {
+    if (!target.open(*in.toService)) {
         err << "orlodbc: " << target.why() << std::endl;
         return 1;
     }
     std::vector<int64_t> v(2);
     std::vector<bool> nulls(2);
-    if (!readLongs(target, "SELECT COUNT(*), MAX(" + targetKey + ") FROM " + targetTable, v, nulls)) {
+    if (!readLongs(target, "SELECT COUNT(*), MAX(" + in.targetKey + ") FROM " + in.targetTable, v, nulls)) {
         err << "orlodbc: resume: " << target.why() << std::endl;
         return 1;
     }
@@ -66,14 +64,27 @@ int findResumePoint(DriverHost& host, const KORVEL::Orl::DataService& toService,
         };
     };
     std::string why;
-    const bool ok = findResume(chunks, static_cast<uint64_t>(v[0]), !nulls[1], v[1], counter(target, targetKey, targetTable),
-                               counter(probe, sourceKey, source), point, why);
+    ResumePoint point;
+    const bool ok = findResume(chunks, static_cast<uint64_t>(v[0]), !nulls[1], v[1],
+                               counter(target, in.targetKey, in.targetTable), counter(probe, in.sourceKey, in.source),
+                               point, why);
     target.connection()->rollback(target.error());
     probe.connection()->rollback(probe.error());
     if (!ok) {
         err << "orlodbc: resume: " << why << "; nothing was written" << std::endl;
         return 1;
     }
+    kept = point.keptRows;
+    todo.clear();
+    size_t last = chunks.size();
+    for (size_t i = 0; i < chunks.size(); ++i) {
+        if (point.done[i]) last = i;
+        else todo.push_back(i);
+    }
+    out << "resumed: the target holds " << kept << " rows in " << point.keptChunks << " of the " << chunks.size()
+        << " chunks of " << in.keyName;
+    if (last < chunks.size() && chunks[last].hasHigh) out << " (keys up to " << chunks[last].high << ")";
+    out << "; copying the other " << todo.size() << std::endl;
     return 0;
 }
 

@@ -32,12 +32,18 @@ typedef std::function<bool(const KeyChunk& chunk, uint64_t& rows, std::string& w
 bool findResume(const std::vector<KeyChunk>& chunks, uint64_t targetRows, bool hasMax, int64_t targetMax,
                 const ChunkCount& targetCount, const ChunkCount& sourceCount, ResumePoint& point, std::string& why);
 
-// findResume on the databases: the target's rows counted on its own
-// connection, the source's on `probe`. 0, or 1 told on `err`.
-int findResumePoint(DriverHost& host, const KORVEL::Orl::DataService& toService, const std::string& targetTable,
-                    const std::string& targetKey, BulkLink& probe, const std::string& sourceKey,
-                    const std::string& source, const std::vector<KeyChunk>& chunks, ResumePoint& point,
-                    std::ostream& err);
+// --resume on the databases: findResume with the target's rows counted on
+// a connection of its own and the source's on `probe`; the chunks left to
+// copy in `todo`, the rows the target holds in `kept`, and what was found
+// told on `out` (the key shown as `keyName`). 0, or 1 told on `err`.
+struct ResumeInput {
+    const KORVEL::Orl::DataService* toService = nullptr;
+    std::string targetTable, targetKey;  // written in the target's way
+    std::string source, sourceKey;       // written in the source's way
+    std::string keyName;
+};
+int resumeChunks(DriverHost& host, BulkLink& probe, const ResumeInput& in, const std::vector<KeyChunk>& chunks,
+                 std::vector<size_t>& todo, uint64_t& kept, std::ostream& out, std::ostream& err);
 
 // How a message shows a chunk's keys.
 std::string shownChunk(const KeyChunk& chunk);
