@@ -1,5 +1,6 @@
 #include "tools/orlodbc/CopyJob.h"
 
+#include <chrono>
 #include <cstring>
 #include <vector>
 
@@ -43,9 +44,11 @@ private:
         std::string sql;
         while (!stop_ && plan_.nextChunk(sql, range_)) {
             if (!read(sql, 0) || !flush()) return false;
-            if (plan_.commitEvery <= 0 || sinceCommit_ >= static_cast<uint64_t>(plan_.commitEvery)) {
-                if (!commit()) return false;
-            }
+            const bool due = plan_.commitEvery > 0
+                                 ? sinceCommit_ >= static_cast<uint64_t>(plan_.commitEvery)
+                                 : std::chrono::steady_clock::now() - lastCommit_ >=
+                                       std::chrono::duration<double>(plan_.commitSeconds);
+            if (due && !commit()) return false;
         }
         if (stop_) return false;
         return commit();
@@ -121,6 +124,7 @@ private:
         if (dst_.connection()->commit(dst_.error()) != 0) return report(dst_.fail("commit: " + recordText(dst_.error())));
         result_.committed = result_.rows;
         sinceCommit_ = 0;
+        lastCommit_ = std::chrono::steady_clock::now();
         return true;
     }
 
@@ -157,6 +161,7 @@ private:
     std::vector<RowPtr> pending_;
     uint64_t sinceCommit_ = 0;
     long commitEvery_ = 0;  // within one read
+    std::chrono::steady_clock::time_point lastCommit_ = std::chrono::steady_clock::now();
     std::string range_;     // how a failure names the part being read
     bool arrays_ = false;
     JobResult result_;

@@ -81,7 +81,7 @@ class Chunks(unittest.TestCase):
                 toolrig.require(self, dst)
                 client(dst, "DROP TABLE IF EXISTS orl_ck_res")
                 args = copy_args(dst, "orl_ck_big", "--to-table", "orl_ck_res", "--create", "--drop-existing",
-                                 "--chunk-rows", str(chunk), "--batch", "100")
+                                 "--chunk-rows", str(chunk), "--batch", "100", "--commit-every", str(chunk))
                 p = subprocess.Popen([toolrig.ORLODBC] + args, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
                 held = 0
                 deadline = time.time() + 60
