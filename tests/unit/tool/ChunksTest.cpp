@@ -85,32 +85,6 @@ TEST(Chunks, RowsWithoutAKeyComeFirstAndAFailedQueryStops) {
     EXPECT_FALSE(walkChunks(failing, 5, 0, chunks));
 }
 
-TEST(Chunks, ConditionsAndBoundQueryAsWritten) {
-    KeyChunk nulls, first, middle, tail, all;
-    nulls.nulls = true;
-    first.hasHigh = true;
-    first.high = 10;
-    middle = first;
-    middle.hasLow = true;
-    middle.low = -3;
-    tail.hasLow = true;
-    tail.low = 10;
-    struct Case {
-        KeyChunk chunk;
-        const char* condition;
-    } cases[] = {
-        {nulls, "\"k\" IS NULL"},
-        {first, "\"k\" <= 10"},
-        {middle, "\"k\" > -3 AND \"k\" <= 10"},
-        {tail, "\"k\" > 10"},
-        {all, "\"k\" IS NOT NULL"},
-    };
-    for (const Case& c : cases) EXPECT_EQ(chunkCondition("\"k\"", c.chunk), c.condition);
-    EXPECT_EQ(nextBoundSql("`k`", "`t`", false, -7, 100),
-              "SELECT MAX(orl_k), COUNT(*) FROM (SELECT `k` AS orl_k FROM `t` WHERE `k` > -7 ORDER BY `k` LIMIT 100) "
-              "orl_keys");
-}
-
 TEST(Chunks, KeyFromThePrimaryKeyOrSplitBy) {
     auto col = [](const char* name, Kind kind, bool key) {
         SourceColumn c;
