@@ -1,5 +1,6 @@
 #include "tools/orlodbc/Copy.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstdio>
 #include <memory>
@@ -8,12 +9,14 @@
 #include <thread>
 
 #include "datatypes/DataTypes.h"
+#include "tools/orlodbc/Chunks.h"
 #include "tools/orlodbc/CopyJob.h"
 #include "tools/orlodbc/CopyPlan.h"
 #include "tools/orlodbc/Dialect.h"
 #include "tools/orlodbc/Interrupt.h"
 #include "tools/orlodbc/Links.h"
 #include "tools/orlodbc/Progress.h"
+#include "tools/orlodbc/Resume.h"
 #include "tools/orlodbc/Split.h"
 #include "tools/orlodbc/Target.h"
 #include "tools/orlodbc/Verify.h"
@@ -195,9 +198,23 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
     const int named = checkTargetNames(toDialect, toTable, shape, err);
     if (named != 0) return named;
     const std::string source = o.query.empty() ? fromName : "(" + o.query + ") orl_source";
+    // A resumed copy goes on in the table as it is: neither made again nor replaced.
+    bool create = o.create, dropExisting = o.dropExisting;
+    bool resuming = false;
+    if (o.resume) {
+        ClassicLink target(host);
+        if (!target.open(toService, why)) {
+            err << "orlodbc: target: " << why << std::endl;
+            return 1;
+        }
+        resuming = tableExists(target, toDialect, toTable);
+        if (resuming && create)
+            out << "resume: " << shownName(toTable) << " exists: it is neither created nor replaced" << std::endl;
+        if (resuming) create = dropExisting = false;
+    }
     // Replacing a table: the rows go into a fresh one, and the old one stays until they are whole.
     Replacement replacement(host, toService, toDialect, toTable, err);
-    if (!replacement.prepare(o.create && o.dropExisting, why)) {
+    if (!replacement.prepare(create && dropExisting, why)) {
         err << "orlodbc: target: " << why << std::endl;
         return 1;
     }
@@ -212,7 +229,7 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
         in.createAs = &writeTable;
         in.source = source;
         in.shape = &shape;
-        in.create = o.create;
+        in.create = create;
         in.allowLossy = o.allowLossy;
         const int planned = planCopy(host, fromService, toService, probe, in, plan, err);
         if (planned != 0) return planned;
@@ -235,9 +252,32 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
         }
     }
 
+    // Reading in chunks of an integer key, else whole, saying what that may cost.
+    int chunkColumn = -1;
+    if (o.chunkRows > 0 || o.resume) {
+        const int named = o.splitBy.empty() ? -1 : findColumn(shape, o.splitBy);
+        std::string noKey;
+        chunkColumn = chunkKey(plan.columns, shape.types, o.splitBy, named, noKey);
+        if (chunkColumn < 0 && o.resume) {
+            err << "orlodbc: --resume finds where the target ends by an integer key, and the source has none: "
+                << noKey << "; nothing was written" << std::endl;
+            return 2;
+        }
+        if (chunkColumn < 0 && o.chunkRows > 0 && (o.splitBy.empty() || o.jobs == 1)) {
+            const std::string setting = streamingSetting(fromDialect.kind);
+            err << "orlodbc: source: read in one query, not in chunks (" << (o.query.empty() ? noKey : "a query source needs --split-by")
+                << "): its ODBC driver may hold the whole result in memory"
+                << (setting.empty() ? std::string() : " unless the data source sets " + setting) << std::endl;
+        }
+    }
+    if (o.jobs > 1 && o.splitBy.empty() && chunkColumn < 0) {
+        err << "orlodbc: --jobs needs --split-by, or a source table with an integer primary key" << std::endl;
+        return 2;
+    }
+
     std::string splitKey;
     bool splitInteger = true;
-    if (!o.splitBy.empty() && o.jobs > 1) {
+    if (!o.splitBy.empty() && o.jobs > 1 && chunkColumn < 0) {
         const int k = findColumn(shape, o.splitBy);
         if (k < 0) {
             err << "orlodbc: --split-by " << shownName(o.splitBy) << ": the source has no such column" << std::endl;
@@ -255,14 +295,14 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
         splitInteger = integerKey(shape.types[k]) && !decimalKey;
     }
 
-    if (o.create) {
+    if (create) {
         ClassicLink target(host);
         if (!target.open(toService, why)) {
             err << "orlodbc: target: " << why << std::endl;
             return 1;
         }
         const int created =
-            createTarget(target, toDialect, writeTable, shape, o.dropExisting && !replacement.active(), err, plan.createSql);
+            createTarget(target, toDialect, writeTable, shape, dropExisting && !replacement.active(), err, plan.createSql);
         if (created != 0) return created;
         replacement.made();
     }
@@ -288,6 +328,36 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
         counted = readLongs(probe, "SELECT COUNT(*) FROM " + fromName, v, nulls) && !nulls[0];
         if (counted) total = static_cast<uint64_t>(v[0]);
     }
+    long chunkRows = 0;
+    std::vector<KeyChunk> chunks;
+    std::vector<size_t> todo;  // the chunks to copy, in key order
+    uint64_t kept = 0;         // rows a resumed copy found in the target
+    if (chunkColumn >= 0) {
+        const std::string key = quoteName(fromDialect, shape.names[chunkColumn]);
+        const SourceColumn& col = plan.columns[chunkColumn];
+        // Enough chunks that every job has one.
+        chunkRows = o.chunkRows > 0 ? o.chunkRows : 50000;
+        if (o.jobs > 1 && counted && total > 0)
+            chunkRows = std::min<long>(chunkRows, static_cast<long>((total + o.jobs - 1) / o.jobs));
+        if (!sourceChunks(probe, key, source, !col.key && !col.notNull, chunkRows, chunks)) {
+            err << "orlodbc: " << probe.why() << std::endl;
+            return 1;
+        }
+        for (size_t i = 0; i < chunks.size(); ++i) todo.push_back(i);
+        if (resuming) {
+            ResumeInput in;
+            in.toService = &toService;
+            in.targetTable = quoteTable(toDialect, writeTable);
+            in.targetKey = quoteName(toDialect, shape.names[chunkColumn]);
+            in.source = source;
+            in.sourceKey = key;
+            in.keyName = shownName(shape.names[chunkColumn]);
+            const int found = resumeChunks(host, probe, in, chunks, todo, kept, out, err);
+            if (found != 0) return found;
+        }
+        conditions.assign(std::min<size_t>(static_cast<size_t>(o.jobs < 1 ? 1 : o.jobs), std::max<size_t>(todo.size(), 1)),
+                          std::string());
+    }
     // Nothing of the set-up stays open: an embedded database locks its file for an open read.
     probe.connection()->rollback(probe.error());
 
@@ -298,6 +368,17 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
         "INSERT INTO " + targetName + " (" + quoteNames(toDialect, shape.names) + ") VALUES (" + params + ")";
 
     const size_t jobs = conditions.size();
+    // Jobs take the chunks in key order, each the next one left.
+    std::atomic<size_t> nextChunk{0};
+    const std::string chunkKeyName = chunkColumn >= 0 ? quoteName(fromDialect, shape.names[chunkColumn]) : std::string();
+    const auto takeChunk = [&](std::string& sql, std::string& range) {
+        const size_t i = nextChunk++;
+        if (i >= todo.size()) return false;
+        const KeyChunk& c = chunks[todo[i]];
+        sql = "SELECT " + selectList + " FROM " + source + " WHERE " + chunkCondition(chunkKeyName, c);
+        range = " of the rows " + shownChunk(c);
+        return true;
+    };
     std::vector<JobPlan> plans(jobs);
     std::vector<std::unique_ptr<BulkLink> > srcLinks, dstLinks;
     for (size_t i = 0; i < jobs; ++i) {
@@ -309,6 +390,7 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
         p.shape = &planned;
         p.batch = o.batch < 1 ? 1 : o.batch;
         p.commitEvery = o.commitEvery;
+        if (chunkColumn >= 0) p.nextChunk = takeChunk;
         // Every connection is made here, on one thread; each job then owns its pair.
         srcLinks.emplace_back(new BulkLink(host, "source"));
         dstLinks.emplace_back(new BulkLink(host, "target"));
@@ -359,9 +441,11 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
             err << "orlodbc: the target keeps the " << committed << " rows committed before the failure" << std::endl;
         return 1;
     }
-    if (counted && rows != total) {
+    if (counted && rows + kept != total) {
         err << "orlodbc: the source counted " << total << " rows before the copy and the " << jobs
-            << (jobs == 1 ? " job" : " jobs") << " copied " << rows << "; the source changed during the copy"
+            << (jobs == 1 ? " job" : " jobs") << " copied " << rows
+            << (kept > 0 ? " to the " + std::to_string(kept) + " the target held" : std::string())
+            << "; the source changed during the copy"
             << (jobs > 1 ? " or the jobs' ranges missed rows" : "") << std::endl;
         return 1;
     }
@@ -372,7 +456,11 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
     line << "copied " << rows << " rows from " << fromService.getPropertyValueAsString("DSN", "source") << " to "
          << toService.getPropertyValueAsString("DSN", "target") << "." << shownName(toTable) << " in " << rate
          << " s (" << grouped(seconds > 0 ? static_cast<uint64_t>(rows / seconds) : rows) << " rows/s, " << jobs
-         << (jobs == 1 ? " job" : " jobs") << (!arrays                ? std::string()
+         << (jobs == 1 ? " job" : " jobs")
+         << (chunkColumn >= 0 ? ", chunks of " + grouped(static_cast<uint64_t>(chunkRows)) +
+                                    " rows by " + shownName(shape.names[chunkColumn])
+                              : std::string())
+         << (!arrays                ? std::string()
              : rowsPerStatement > 1 ? ", INSERTs of up to " + std::to_string(rowsPerStatement) + " rows"
                                     : ", row arrays of " + batch) << ")";
     out << line.str() << std::endl;
@@ -386,6 +474,14 @@ int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostr
         b.dialect = toDialect;
         b.from = targetName;
         b.readBackSql = "SELECT " + quoteNames(toDialect, shape.names) + " FROM " + targetName;
+        // What the databases can't sum themselves is read row by row: a chunk at a time, too.
+        if (chunkColumn >= 0) {
+            const std::string keyThere = quoteName(toDialect, shape.names[chunkColumn]);
+            for (const KeyChunk& c : chunks) {
+                a.where.push_back(chunkCondition(chunkKeyName, c));
+                b.where.push_back(chunkCondition(keyThere, c));
+            }
+        }
         const int verified = verifyCopy(host, a, b, shape, plan.columns, plan.targetTypes, out, err);
         if (Interrupt::happened()) {
             err << "orlodbc: interrupted during the check; all " << rows << " rows were committed" << std::endl;

@@ -24,6 +24,10 @@ struct CopyOptions {
     int rowsPerStatement = -1;
     int jobs = 1;
     std::string splitBy;   // name of the integer key column that divides the work of the jobs
+    // Rows a chunk: a table with an integer key is read one key range at a
+    // time, so no driver holds more; 0 reads the whole source in one query.
+    long chunkRows = 50000;
+    bool resume = false;   // go on from the chunks the target holds, into the table as it is
     bool verify = false;
     bool allowLossy = false;  // copy even where the target changes values, telling which
     bool progress = false;  // draw the progress line on standard error

@@ -1,5 +1,6 @@
 #include "tools/orlodbc/CopyJob.h"
 
+#include <chrono>
 #include <cstring>
 #include <vector>
 
@@ -30,28 +31,48 @@ public:
 
 private:
     bool copy() {
-        Statement sel(src_, src_.connection()->createPreparedStatement(plan_.selectSql.c_str(), src_.error()));
+        Statement ins(dst_, dst_.connection()->createPreparedStatement(plan_.insertSql.c_str(), dst_.error()));
+        if (ins.get() == nullptr) return report(dst_.failRecord());
+        std::vector<int> columns(plan_.shape->types.size());
+        for (size_t j = 0; j < columns.size(); ++j) columns[j] = static_cast<int>(j);
+        if (ins->setBindings(columns, plan_.shape->types.data(), dst_.error()) != 0) return report(dst_.failRecord());
+        insert_ = ins.get();
+        arrays_ = plan_.batch > 1;
+        if (!plan_.nextChunk) {
+            range_ = plan_.range;
+            if (!read(plan_.selectSql, plan_.commitEvery)) return false;
+            return flush() && commit();
+        }
+        std::string sql;
+        while (!stop_ && plan_.nextChunk(sql, range_)) {
+            if (!read(sql, 0) || !flush()) return false;
+            const bool due = plan_.commitEvery > 0
+                                 ? sinceCommit_ >= static_cast<uint64_t>(plan_.commitEvery)
+                                 : std::chrono::steady_clock::now() - lastCommit_ >=
+                                       std::chrono::duration<double>(plan_.commitSeconds);
+            if (due && !commit()) return false;
+        }
+        if (stop_ || Interrupt::happened()) return false;
+        return commit();
+    }
+
+    // Reads one query's rows into the target, committing every `commitEvery`.
+    bool read(const std::string& selectSql, long commitEvery) {
+        commitEvery_ = commitEvery;
+        Statement sel(src_, src_.connection()->createPreparedStatement(selectSql.c_str(), src_.error()));
         if (sel.get() == nullptr) return report(src_.failRecord());
         Shape shape;
         if (!shapeOf(src_, sel.get(), shape)) return report(false);
         if (shape.types != plan_.shape->types) return report(src_.fail("the source's columns changed under the copy"));
-        Statement ins(dst_, dst_.connection()->createPreparedStatement(plan_.insertSql.c_str(), dst_.error()));
-        if (ins.get() == nullptr) return report(dst_.failRecord());
-        std::vector<int> columns(shape.types.size());
-        for (size_t j = 0; j < columns.size(); ++j) columns[j] = static_cast<int>(j);
-        if (ins->setBindings(columns, shape.types.data(), dst_.error()) != 0) return report(dst_.failRecord());
-        insert_ = ins.get();
-
         bool more = false;
         if (sel->execute(src_.error()) != 0 || sel->nextResultSet(more, src_.error()) != 0)
             return report(src_.failRecord());
-        arrays_ = plan_.batch > 1;
         while (!stop_ && !Interrupt::happened()) {
             if (sel->hasMoreData(more, src_.error()) != 0) return report(src_.failRecord());
             if (!more) break;
             RowPtr row(sel->nextRow(src_.error()));
             if (!row) return report(src_.fail("row " + std::to_string(result_.rows + pending_.size() + 1) +
-                                              plan_.range + ": " + recordText(src_.error())));
+                                              range_ + ": " + recordText(src_.error())));
             pending_.push_back(std::move(row));
             if (static_cast<int>(pending_.size()) >= flushAt() && !flush()) return false;
         }
@@ -61,15 +82,14 @@ private:
         // until the source transaction ends, and the target's commit may
         // need that file.
         src_.connection()->rollback(src_.error());
-        if (!flush()) return false;
-        return commit();
+        return true;
     }
 
     // A block ends where a commit is due, so that commits fall on exact counts.
     int flushAt() const {
         long room = plan_.batch;
-        if (plan_.commitEvery > 0) {
-            long due = plan_.commitEvery - static_cast<long>(sinceCommit_);
+        if (commitEvery_ > 0) {
+            long due = commitEvery_ - static_cast<long>(sinceCommit_);
             if (due < room) room = due;
         }
         return room < 1 ? 1 : static_cast<int>(room);
@@ -99,7 +119,7 @@ private:
         sinceCommit_ += pending_.size();
         progress_.advance(pending_.size());
         pending_.clear();
-        if (plan_.commitEvery > 0 && sinceCommit_ >= static_cast<uint64_t>(plan_.commitEvery)) return commit();
+        if (commitEvery_ > 0 && sinceCommit_ >= static_cast<uint64_t>(commitEvery_)) return commit();
         return true;
     }
 
@@ -107,12 +127,13 @@ private:
         if (dst_.connection()->commit(dst_.error()) != 0) return report(dst_.fail("commit: " + recordText(dst_.error())));
         result_.committed = result_.rows;
         sinceCommit_ = 0;
+        lastCommit_ = std::chrono::steady_clock::now();
         return true;
     }
 
     bool rowFailed(size_t i) {
         const uint64_t number = result_.rows + i + 1;
-        return report(dst_.fail("row " + std::to_string(number) + plan_.range + ": " + recordText(dst_.error())));
+        return report(dst_.fail("row " + std::to_string(number) + range_ + ": " + recordText(dst_.error())));
     }
 
     // A block names no row: after the rollback, its rows go again one by one
@@ -124,7 +145,7 @@ private:
             if (insert_->execute(pending_[i].get(), dst_.error()) != 0) return rowFailed(i);
         dst_.connection()->rollback(dst_.error());
         return report(dst_.fail("rows " + std::to_string(result_.rows + 1) + " to " +
-                                std::to_string(result_.rows + pending_.size()) + plan_.range + ": " + blockText));
+                                std::to_string(result_.rows + pending_.size()) + range_ + ": " + blockText));
     }
 
     bool report(bool ok) {
@@ -142,6 +163,9 @@ private:
     PreparedStatement* insert_ = nullptr;
     std::vector<RowPtr> pending_;
     uint64_t sinceCommit_ = 0;
+    long commitEvery_ = 0;  // within one read
+    std::chrono::steady_clock::time_point lastCommit_ = std::chrono::steady_clock::now();
+    std::string range_;     // how a failure names the part being read
     bool arrays_ = false;
     JobResult result_;
 };

@@ -339,7 +339,7 @@ std::string TablePrint::text() const {
 }
 
 bool printTable(ClassicLink& link, const Dialect& d, const std::string& from, const std::vector<PrintColumn>& columns,
-                bool to15, TablePrint& print, std::string& why) {
+                bool to15, TablePrint& print, std::string& why, const std::vector<std::string>& where) {
     const bool pg = d.kind == DbKind::PostgreSQL, maria = d.kind == DbKind::MariaDB;
     if (!pg && !maria && d.kind != DbKind::SQLite) {
         why = "the tool has canonical forms for PostgreSQL, MariaDB and SQLite only";
@@ -349,6 +349,16 @@ bool printTable(ClassicLink& link, const Dialect& d, const std::string& from, co
     print = TablePrint();
     print.columns.assign(n, ColumnPrint());
     Connection& c = *link.get();
+    // A row-by-row read, one chunk a query; the read of each ends before the next, so a driver holds one at most.
+    const auto eachChunk = [&](const std::string& select, int items,
+                               const std::function<void(const std::vector<const char*>&)>& f) {
+        if (where.empty()) return eachRow(c, select + " FROM " + from, items, f);
+        for (const std::string& w : where) {
+            if (!eachRow(c, select + " FROM " + from + " WHERE " + w, items, f)) return false;
+            c.rollback();
+        }
+        return true;
+    };
     auto addDouble = [&](size_t j, const char* text) {
         std::string canon;
         if (!canonicalDouble(text, columns[j].type.kind == Kind::Float32, to15, canon)) canon = std::string("?") + text;
@@ -420,8 +430,7 @@ bool printTable(ClassicLink& link, const Dialect& d, const std::string& from, co
             const PrintColumn& col = columns[rowColumns[k]];
             sql += (k ? ", " : "") + canonicalSql(d.kind, col.canon, quoteName(d, col.name), col.type);
         }
-        sql += " FROM " + from;
-        const bool rowsOk = eachRow(c, sql, static_cast<int>(rowColumns.size()), [&](const std::vector<const char*>& cells) {
+        const bool rowsOk = eachChunk(sql, static_cast<int>(rowColumns.size()), [&](const std::vector<const char*>& cells) {
             for (size_t k = 0; k < rowColumns.size(); ++k)
                 if (cells[k] != nullptr) addDouble(rowColumns[k], cells[k]);
         });
@@ -434,8 +443,7 @@ bool printTable(ClassicLink& link, const Dialect& d, const std::string& from, co
     sql = "SELECT ";
     for (size_t j = 0; j < n; ++j)
         sql += (j ? ", " : "") + canonicalSql(d.kind, columns[j].canon, quoteName(d, columns[j].name), columns[j].type);
-    sql += " FROM " + from;
-    const bool ok = eachRow(c, sql, static_cast<int>(n), [&](const std::vector<const char*>& cells) {
+    const bool ok = eachChunk(sql, static_cast<int>(n), [&](const std::vector<const char*>& cells) {
         print.rows++;
         for (size_t j = 0; j < n; ++j) {
             if (cells[j] == nullptr) continue;

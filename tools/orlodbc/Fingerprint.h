@@ -76,9 +76,12 @@ struct PrintColumn {
 class ClassicLink;
 
 // Computes the print of `from` (a table or derived table written in the
-// side's dialect). `to15`: doubles rounded to 15 digits. False with `why`.
+// side's dialect). `to15`: doubles rounded to 15 digits. What is read row
+// by row is read one condition of `where` at a time when there are any
+// (they must divide the rows between them). False with `why`.
 bool printTable(ClassicLink& link, const Dialect& d, const std::string& from, const std::vector<PrintColumn>& columns,
-                bool to15, TablePrint& print, std::string& why);
+                bool to15, TablePrint& print, std::string& why,
+                const std::vector<std::string>& where = std::vector<std::string>());
 
 // A decimal text of a 128-bit sum, and back (with a sign: two's complement).
 std::string decimal128(unsigned __int128 v);

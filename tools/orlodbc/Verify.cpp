@@ -101,8 +101,8 @@ int verifyCopy(DriverHost& host, const VerifySide& from, const VerifySide& to, c
     }
     TablePrint pa, pb;
     bool okA = false, okB = false;
-    std::thread reader([&] { okA = printTable(la, from.dialect, from.from, a, to15, pa, whyA); });
-    okB = printTable(lb, to.dialect, to.from, b, to15, pb, whyB);
+    std::thread reader([&] { okA = printTable(la, from.dialect, from.from, a, to15, pa, whyA, from.where); });
+    okB = printTable(lb, to.dialect, to.from, b, to15, pb, whyB, to.where);
     reader.join();
     if (!okA || !okB) {
         err << "orlodbc: verify: " << (okA ? "target: " + whyB : "source: " + whyA) << std::endl;

@@ -5,6 +5,7 @@
 #pragma once
 #include <iosfwd>
 #include <string>
+#include <vector>
 
 #include "tools/orlodbc/DriverHost.h"
 #include "tools/orlodbc/Links.h"
@@ -17,6 +18,9 @@ struct VerifySide {
     Dialect dialect;
     std::string from;        // the table, or the source query as a derived table
     std::string readBackSql;  // the same rows as the driver reads them, for databases without canonical forms
+    // Conditions that divide the rows into chunks, for what is read row by
+    // row, so the driver holds a chunk at most; empty: read in one query.
+    std::vector<std::string> where;
 };
 
 // 0 when both agree ("verified ..." on `out`, with how any column was

@@ -201,6 +201,13 @@ int main(int argc, char** argv) {
         ->check(CLI::Range(1, 64))
         ->capture_default_str();
     copyCmd->add_option("--split-by", copy.splitBy, "integer or decimal key column that divides the rows among the jobs");
+    copyCmd->add_option("--chunk-rows", copy.chunkRows,
+                        "read a table with an integer key (its primary key or --split-by) this many rows a query, "
+                        "committing at chunk ends; 0 reads it in one query")
+        ->check(CLI::NonNegativeNumber)
+        ->capture_default_str();
+    copyCmd->add_flag("--resume", copy.resume,
+                      "go on after the chunks the target table holds (it is then neither created nor replaced)");
     copyCmd->add_flag("--allow-lossy", copy.allowLossy,
                       "copy even where the target can't hold the source's values exactly, telling which");
     copyCmd->add_flag("--verify", copy.verify, "compare what each database computes of its own rows: counts, sums, hashes");
@@ -224,10 +231,6 @@ int main(int argc, char** argv) {
         }
         if (copy.toTable.empty() && copy.table.empty()) {
             std::cerr << "orlodbc: copy from a query needs --to-table" << std::endl;
-            return 2;
-        }
-        if (copy.jobs > 1 && copy.splitBy.empty()) {
-            std::cerr << "orlodbc: --jobs needs --split-by" << std::endl;
             return 2;
         }
         copy.progress = progress == "always" || (progress == "auto" && isatty(fileno(stderr)) == 1);
