@@ -1,7 +1,11 @@
 #include "tools/orlodbc/CopyJob.h"
 
 #include <chrono>
+#include <condition_variable>
 #include <cstring>
+#include <deque>
+#include <mutex>
+#include <thread>
 #include <vector>
 
 #include "tools/orlodbc/Interrupt.h"
@@ -13,8 +17,11 @@ namespace orlodbc {
 
 namespace {
 
-// Copies one query's rows: reads packed rows from the source statement and
-// writes them to the target's INSERT, in blocks when the driver runs them.
+// Copies one query's rows, or a table's chunks: a reader thread reads packed
+// rows from the source into blocks, and this thread writes each block to the
+// target's INSERT. The two databases work at once: a block is read while the
+// one before it is written, which takes a copy from the sum of the two sides'
+// times towards the longer one. At most kDepth blocks wait between them.
 class CopyJob {
 public:
     CopyJob(BulkLink& src, BulkLink& dst, const JobPlan& plan, Progress& progress, std::atomic<bool>& stop)
@@ -30,6 +37,16 @@ public:
     }
 
 private:
+    static constexpr size_t kDepth = 2;
+
+    // What the reader hands over, in order.
+    struct Block {
+        enum Kind { Rows, ChunkEnd, End, Failed } kind = Rows;
+        std::vector<RowPtr> rows;
+        std::string range;     // how a failure names the part the rows came from
+        bool reported = false;  // Failed: the source link holds why; else another job or a signal stopped it
+    };
+
     bool copy() {
         Statement ins(dst_, dst_.connection()->createPreparedStatement(plan_.insertSql.c_str(), dst_.error()));
         if (ins.get() == nullptr) return report(dst_.failRecord());
@@ -38,61 +55,141 @@ private:
         if (ins->setBindings(columns, plan_.shape->types.data(), dst_.error()) != 0) return report(dst_.failRecord());
         insert_ = ins.get();
         arrays_ = plan_.batch > 1;
-        if (!plan_.nextChunk) {
-            range_ = plan_.range;
-            if (!read(plan_.selectSql, plan_.commitEvery)) return false;
-            return flush() && commit();
+        // Chunks commit at their ends only; a single read every `commitEvery` rows.
+        commitEvery_ = plan_.nextChunk ? 0 : plan_.commitEvery;
+
+        std::thread reader([this] { readAll(); });
+        const bool ok = write();
+        {
+            std::lock_guard<std::mutex> lock(mutex_);
+            abort_ = true;
         }
-        std::string sql;
-        while (!stop_ && plan_.nextChunk(sql, range_)) {
-            if (!read(sql, 0) || !flush()) return false;
-            const bool due = plan_.commitEvery > 0
-                                 ? sinceCommit_ >= static_cast<uint64_t>(plan_.commitEvery)
-                                 : std::chrono::steady_clock::now() - lastCommit_ >=
-                                       std::chrono::duration<double>(plan_.commitSeconds);
-            if (due && !commit()) return false;
-        }
-        if (stop_ || Interrupt::happened()) return false;
-        return commit();
+        moved_.notify_all();
+        reader.join();
+        return ok;
     }
 
-    // Reads one query's rows into the target, committing every `commitEvery`.
-    bool read(const std::string& selectSql, long commitEvery) {
-        commitEvery_ = commitEvery;
+    // This thread's side: the blocks into the target, commits where due.
+    bool write() {
+        while (true) {
+            Block b = take();
+            switch (b.kind) {
+            case Block::Rows:
+                range_ = b.range;
+                pending_ = std::move(b.rows);
+                if (!flush()) return false;
+                break;
+            case Block::ChunkEnd: {
+                const bool due = plan_.commitEvery > 0
+                                     ? sinceCommit_ >= static_cast<uint64_t>(plan_.commitEvery)
+                                     : std::chrono::steady_clock::now() - lastCommit_ >=
+                                           std::chrono::duration<double>(plan_.commitSeconds);
+                if (due && !commit()) return false;
+                break;
+            }
+            case Block::End:
+                if (stop_ || Interrupt::happened()) return false;
+                return commit();
+            case Block::Failed:
+                return b.reported ? report(false) : false;
+            }
+        }
+    }
+
+    // The reader thread's side: every row of the source, then End or Failed.
+    void readAll() {
+        Block last;
+        if (!plan_.nextChunk) {
+            last.kind = readQuery(plan_.selectSql, plan_.range, plan_.commitEvery, last.reported) ? Block::End
+                                                                                                 : Block::Failed;
+        } else {
+            std::string sql, range;
+            last.kind = Block::End;
+            while (!stopped() && plan_.nextChunk(sql, range)) {
+                if (!readQuery(sql, range, 0, last.reported)) {
+                    last.kind = Block::Failed;
+                    break;
+                }
+                Block end;
+                end.kind = Block::ChunkEnd;
+                hand(std::move(end));
+            }
+            if (stopped()) last.kind = Block::Failed;
+        }
+        hand(std::move(last));
+    }
+
+    // Reads one query's rows into blocks that end where a commit every
+    // `commitEvery` rows is due, so that commits fall on exact counts.
+    // False when it failed (`reported`: with the source link's why) or was stopped.
+    bool readQuery(const std::string& selectSql, const std::string& range, long commitEvery, bool& reported) {
+        reported = true;
         Statement sel(src_, src_.connection()->createPreparedStatement(selectSql.c_str(), src_.error()));
-        if (sel.get() == nullptr) return report(src_.failRecord());
+        if (sel.get() == nullptr) return src_.failRecord();
         Shape shape;
-        if (!shapeOf(src_, sel.get(), shape)) return report(false);
-        if (shape.types != plan_.shape->types) return report(src_.fail("the source's columns changed under the copy"));
+        if (!shapeOf(src_, sel.get(), shape)) return false;
+        if (shape.types != plan_.shape->types) return src_.fail("the source's columns changed under the copy");
         bool more = false;
-        if (sel->execute(src_.error()) != 0 || sel->nextResultSet(more, src_.error()) != 0)
-            return report(src_.failRecord());
-        while (!stop_ && !Interrupt::happened()) {
-            if (sel->hasMoreData(more, src_.error()) != 0) return report(src_.failRecord());
+        if (sel->execute(src_.error()) != 0 || sel->nextResultSet(more, src_.error()) != 0) return src_.failRecord();
+        Block block;
+        block.range = range;
+        while (!stopped()) {
+            if (sel->hasMoreData(more, src_.error()) != 0) return src_.failRecord();
             if (!more) break;
             RowPtr row(sel->nextRow(src_.error()));
-            if (!row) return report(src_.fail("row " + std::to_string(result_.rows + pending_.size() + 1) +
-                                              range_ + ": " + recordText(src_.error())));
-            pending_.push_back(std::move(row));
-            if (static_cast<int>(pending_.size()) >= flushAt() && !flush()) return false;
+            if (!row) return src_.fail("row " + std::to_string(read_ + 1) + range + ": " + recordText(src_.error()));
+            ++read_;
+            block.rows.push_back(std::move(row));
+            if (block.rows.size() >= cutAt(commitEvery)) {
+                handed_ += block.rows.size();
+                hand(std::move(block));
+                block = Block();
+                block.range = range;
+            }
         }
         // Another job failed, or a signal came: leave what was committed, drop ours since.
-        if (stop_ || Interrupt::happened()) return false;
+        if (stopped()) {
+            reported = false;
+            return false;
+        }
         // The read is over: an embedded database holds its file's read lock
         // until the source transaction ends, and the target's commit may
         // need that file.
         src_.connection()->rollback(src_.error());
+        if (!block.rows.empty()) {
+            handed_ += block.rows.size();
+            hand(std::move(block));
+        }
         return true;
     }
 
-    // A block ends where a commit is due, so that commits fall on exact counts.
-    int flushAt() const {
+    // Rows in the block being filled when it is handed over.
+    size_t cutAt(long commitEvery) const {
         long room = plan_.batch;
-        if (commitEvery_ > 0) {
-            long due = commitEvery_ - static_cast<long>(sinceCommit_);
+        if (commitEvery > 0) {
+            const long due = commitEvery - static_cast<long>(handed_ % static_cast<uint64_t>(commitEvery));
             if (due < room) room = due;
         }
-        return room < 1 ? 1 : static_cast<int>(room);
+        return room < 1 ? 1 : static_cast<size_t>(room);
+    }
+
+    bool stopped() const { return stop_ || abort_ || Interrupt::happened(); }
+
+    void hand(Block b) {
+        std::unique_lock<std::mutex> lock(mutex_);
+        moved_.wait(lock, [this] { return queue_.size() < kDepth || abort_; });
+        if (abort_) return;
+        queue_.push_back(std::move(b));
+        moved_.notify_all();
+    }
+
+    Block take() {
+        std::unique_lock<std::mutex> lock(mutex_);
+        moved_.wait(lock, [this] { return !queue_.empty(); });
+        Block b = std::move(queue_.front());
+        queue_.pop_front();
+        moved_.notify_all();
+        return b;
     }
 
     bool flush() {
@@ -163,7 +260,14 @@ private:
     PreparedStatement* insert_ = nullptr;
     std::vector<RowPtr> pending_;
     uint64_t sinceCommit_ = 0;
-    long commitEvery_ = 0;  // within one read
+    long commitEvery_ = 0;  // of a single read; chunks commit at their ends
+    // The reader's counts: rows read, and of them handed over in blocks.
+    uint64_t read_ = 0;
+    uint64_t handed_ = 0;
+    std::mutex mutex_;
+    std::condition_variable moved_;  // a block handed over or taken, or the writer gone
+    std::deque<Block> queue_;
+    std::atomic<bool> abort_{false};  // the writer stopped: the reader ends
     std::chrono::steady_clock::time_point lastCommit_ = std::chrono::steady_clock::now();
     std::string range_;     // how a failure names the part being read
     bool arrays_ = false;
