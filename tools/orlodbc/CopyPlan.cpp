@@ -17,34 +17,13 @@ namespace orlodbc {
 namespace {
 
 // Runs a catalog query whose columns are all texts, with text parameters.
-bool readTexts(Connection& c, const std::string& sql, const std::vector<std::string>& args,
+bool readTexts(Connection& c, const std::string& sql, const std::vector<std::string>& args, int n,
                std::vector<std::vector<std::string> >& rows) {
-    std::vector<Parameter> params(args.size());
-    for (size_t i = 0; i < args.size(); ++i) {
-        params[i].type = DataTypes::STRING;
-        params[i].value.stringValue = const_cast<char*>(args[i].c_str());
-        params[i].value.isNull = false;
-    }
-    ResultSet* rs = nullptr;
-    if (c.executeQuery(sql, params, 0, rs) != 1 || rs == nullptr) return false;
-    int n = 0;
-    if (rs->getNumColumns(n) != 1) return false;
-    RowDescriptor descriptor(std::vector<unsigned int>(static_cast<size_t>(n), DataTypes::STRING));
-    bool more = false;
-    while (true) {
-        if (rs->next(more) != 1) return false;
-        if (!more) break;
-        Row* raw = nullptr;
-        if (rs->getData(descriptor, raw) != 1 || raw == nullptr) return false;
-        std::unique_ptr<Row> row(raw);
-        std::vector<std::string> cells;
-        for (int i = 0; i < n; ++i) {
-            const DataTypes::DataValue& v = row->getColumnValue(i);
-            cells.push_back(v.isNull || v.stringValue == nullptr ? std::string() : std::string(v.stringValue));
-        }
-        rows.push_back(cells);
-    }
-    return true;
+    return eachTextRow(c, sql, args, n, [&rows](const std::vector<const char*>& cells) {
+        std::vector<std::string> row;
+        for (const char* cell : cells) row.push_back(cell ? cell : "");
+        rows.push_back(row);
+    });
 }
 
 } // namespace
@@ -81,7 +60,7 @@ bool describeTable(ClassicLink& link, const Dialect& d, const TableName& table, 
         return false;
     }
     std::vector<std::vector<std::string> > rows;
-    if (!readTexts(*link.get(), sql, args, rows)) return link.failed(why);
+    if (!readTexts(*link.get(), sql, args, 4, rows)) return link.failed(why);
     link.get()->rollback();
     for (const std::vector<std::string>& r : rows) {
         SourceColumn c;

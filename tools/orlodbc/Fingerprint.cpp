@@ -130,25 +130,7 @@ std::string unhex(const char* s) {
 // Runs a query of our own text whose columns are all ASCII texts, one call a row.
 bool eachRow(Connection& c, const std::string& sql, int n,
              const std::function<void(const std::vector<const char*>&)>& f) {
-    std::vector<Parameter> none;
-    ResultSet* rs = nullptr;
-    if (c.executeQuery(sql, none, 0, rs) != 1 || rs == nullptr) return false;
-    RowDescriptor descriptor(std::vector<unsigned int>(static_cast<size_t>(n), DataTypes::STRING));
-    std::vector<const char*> cells(static_cast<size_t>(n));
-    bool more = false;
-    while (true) {
-        if (rs->next(more) != 1) return false;
-        if (!more) break;
-        Row* raw = nullptr;
-        if (rs->getData(descriptor, raw) != 1 || raw == nullptr) return false;
-        std::unique_ptr<Row> row(raw);
-        for (int i = 0; i < n; ++i) {
-            const DataTypes::DataValue& v = row->getColumnValue(i);
-            cells[i] = v.isNull ? nullptr : v.stringValue == nullptr ? "" : v.stringValue;
-        }
-        f(cells);
-    }
-    return true;
+    return eachTextRow(c, sql, std::vector<std::string>(), n, f);
 }
 
 } // namespace

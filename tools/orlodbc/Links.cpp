@@ -3,6 +3,8 @@
 #include <sql.h>
 
 #include "datatypes/DataTypes.h"
+#include "host/ResultSet.h"
+#include "host/Row.h"
 #include "tools/orlodbc/Interrupt.h"
 
 using namespace KORVEL::Orl;
@@ -88,6 +90,38 @@ Dialect ClassicLink::dialect() {
     void* dbc = c_->getHandle();
     return dialectFor(infoText(dbc, SQL_DBMS_NAME), infoText(dbc, SQL_IDENTIFIER_QUOTE_CHAR),
                       c_->getDriverProperty(Driver::PROPERTY_KEY_DATABASE_TYPE));
+}
+
+std::vector<Parameter> textParameters(const std::vector<std::string>& args) {
+    std::vector<Parameter> params(args.size());
+    for (size_t i = 0; i < args.size(); ++i) {
+        params[i].type = STRING;
+        params[i].value.stringValue = const_cast<char*>(args[i].c_str());
+        params[i].value.isNull = false;
+    }
+    return params;
+}
+
+bool eachTextRow(Connection& c, const std::string& sql, const std::vector<std::string>& args, int n,
+                 const std::function<void(const std::vector<const char*>&)>& f) {
+    std::vector<Parameter> params = textParameters(args);
+    ResultSet* rs = nullptr;
+    if (c.executeQuery(sql, params, 0, rs) != 1 || rs == nullptr) return false;
+    RowDescriptor descriptor(std::vector<unsigned int>(static_cast<size_t>(n), STRING));
+    std::vector<const char*> cells(static_cast<size_t>(n));
+    bool more = false;
+    while (true) {
+        if (rs->next(more) != 1) return false;
+        if (!more) return true;
+        Row* raw = nullptr;
+        if (rs->getData(descriptor, raw) != 1 || raw == nullptr) return false;
+        std::unique_ptr<Row> row(raw);
+        for (int i = 0; i < n; ++i) {
+            const DataValue& v = row->getColumnValue(i);
+            cells[i] = v.isNull ? nullptr : v.stringValue == nullptr ? "" : v.stringValue;
+        }
+        f(cells);
+    }
 }
 
 bool shapeOf(BulkLink& link, PreparedStatement* st, Shape& shape) {

@@ -3,6 +3,7 @@
 #pragma once
 #include <cstdint>
 #include <cstdlib>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -91,6 +92,16 @@ private:
     KORVEL::Orl::DB::Connection* c_ = nullptr;
     long noted_ = 0;
 };
+
+// Text parameters of a classic statement: names and other data go into our
+// own SQL as values, never pasted. The parameters point into `args`.
+std::vector<KORVEL::Orl::DB::Parameter> textParameters(const std::vector<std::string>& args);
+
+// Runs a classic query of our own text whose `n` columns are read as texts,
+// with text parameters, and calls `f` with each row's cells (null for NULL).
+// False when a step fails; the connection's errors say why.
+bool eachTextRow(KORVEL::Orl::DB::Connection& c, const std::string& sql, const std::vector<std::string>& args, int n,
+                 const std::function<void(const std::vector<const char*>&)>& f);
 
 // What a statement gives: column names and the type words the driver reads them with.
 struct Shape {

@@ -59,12 +59,7 @@ bool tableExists(ClassicLink& target, const Dialect& d, const TableName& table) 
         break;
     case DbKind::Other: sql = "SELECT 1 FROM " + quoteTable(d, table) + " WHERE 1 = 0"; break;
     }
-    std::vector<Parameter> params(args.size());
-    for (size_t i = 0; i < args.size(); ++i) {
-        params[i].type = DataTypes::STRING;
-        params[i].value.stringValue = const_cast<char*>(args[i].c_str());
-        params[i].value.isNull = false;
-    }
+    std::vector<Parameter> params = textParameters(args);
     ResultSet* rs = nullptr;
     bool found = target.get()->executeQuery(sql, params, 0, rs) == 1 && rs != nullptr;
     if (found && d.kind != DbKind::Other) {
