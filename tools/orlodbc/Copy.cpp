@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <ostream>
 #include <sstream>
 #include <thread>
@@ -125,371 +126,524 @@ int defaultRowsPerStatement(const Dialect& target) {
     }
 }
 
-int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostream& err) {
-    DataService fromService, toService;
-    if (!host.service(o.from, fromService) || !host.service(o.to, toService)) {
-        err << "orlodbc: " << host.why() << std::endl;
-        return 2;
+namespace {
+
+// One copy, stage by stage. The state each stage fills is kept in the order
+// the stages make it, so that what closes on the way out (the jobs' links,
+// the fresh table a replacement drops, the probe) closes in that same order.
+class CopyRun {
+public:
+    CopyRun(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostream& err)
+        : host_(host), o_(o), out_(out), err_(err) {}
+    CopyRun(const CopyRun&) = delete;
+    CopyRun& operator=(const CopyRun&) = delete;
+
+    // Each stage returns false when the copy ends there, with status().
+    bool setUpServices();
+    bool nameTables();
+    bool probeShape();
+    bool prepareTarget();
+    bool planReading();
+    bool chooseKeys();
+    bool createTable();
+    bool divideWork();
+    bool openJobs();
+    void runJobs();
+    bool checkResults();
+    void printSummary();
+    bool verify();
+    int finish() { return replacement_->finish(); }
+
+    int status() const { return status_; }
+
+private:
+    bool end(int status) {
+        status_ = status;
+        return false;
+    }
+    bool failOnProbe() {
+        err_ << "orlodbc: " << probe_->why() << std::endl;
+        return end(1);
+    }
+    bool splitByColumn();
+    bool chunkSource();
+
+    DriverHost& host_;
+    const CopyOptions& o_;
+    std::ostream& out_;
+    std::ostream& err_;
+    int status_ = 0;
+
+    struct Sides {
+        DataService fromService, toService;
+        std::string batch;  // rows per block transfer, as the property says it
+        Dialect fromDialect, toDialect;
+        int rowsPerStatement = 0;
+        TableName fromTable, toTable;
+        std::string fromName;  // the quoted source table; empty for a query
+    } s_;
+    std::string why_;
+    std::optional<BulkLink> probe_;
+    struct Source {
+        Shape shape;
+        std::string from;  // what follows FROM: the table, or the query as a derived table
+    } src_;
+    struct TargetChoice {
+        bool create = false, dropExisting = false, resuming = false;
+    } target_;
+    std::optional<Replacement> replacement_;
+    const TableName* writeTable_ = nullptr;
+    struct Reading {
+        CopyPlan plan;
+        std::string plainSql, selectList, wholeSql;
+        Shape planned;  // the shape as the plan reads it
+    } read_;
+    struct Work {
+        int chunkColumn = -1;
+        std::string splitKey;
+        bool splitInteger = true;
+        std::vector<std::string> conditions;
+        uint64_t total = 0;
+        bool counted = false;
+        long chunkRows = 0;
+        std::vector<KeyChunk> chunks;
+        std::vector<size_t> todo;  // the chunks to copy, in key order
+        uint64_t kept = 0;         // rows a resumed copy found in the target
+    } work_;
+    struct Jobs {
+        std::string targetName, insertSql;
+        size_t count = 0;
+        std::atomic<size_t> nextChunk{0};
+        std::string chunkKeyName;
+        std::vector<JobPlan> plans;
+        std::vector<std::unique_ptr<BulkLink> > srcLinks, dstLinks;
+        std::atomic<bool> stop{false};
+        std::vector<JobResult> results;
+    } jobs_;
+    std::optional<Progress> progress_;
+    struct Tally {
+        double seconds = 0;
+        uint64_t rows = 0, committed = 0;
+        bool arrays = false;
+    } tally_;
+};
+
+bool CopyRun::setUpServices() {
+    if (!host_.service(o_.from, s_.fromService) || !host_.service(o_.to, s_.toService)) {
+        err_ << "orlodbc: " << host_.why() << std::endl;
+        return end(2);
     }
     // Block transfers where the driver has them; a driver without reads neither.
-    const std::string batch = std::to_string(o.batch < 1 ? 1 : o.batch);
-    for (DataService* s : {&fromService, &toService}) {
-        s->setProperty("FetchArraySize", batch);
-        s->setProperty("ParamArraySize", batch);
+    s_.batch = std::to_string(o_.batch < 1 ? 1 : o_.batch);
+    for (DataService* s : {&s_.fromService, &s_.toService}) {
+        s->setProperty("FetchArraySize", s_.batch);
+        s->setProperty("ParamArraySize", s_.batch);
     }
+    return true;
+}
 
+bool CopyRun::nameTables() {
     // Names are parsed in each side's own quoting, then written only through it.
-    Dialect fromDialect, toDialect;
-    if (!dialectOfSide(host, fromService, "source", fromDialect, err) ||
-        !dialectOfSide(host, toService, "target", toDialect, err))
-        return 1;
-    const int rowsPerStatement = o.rowsPerStatement < 0 ? defaultRowsPerStatement(toDialect) : o.rowsPerStatement;
-    if (rowsPerStatement > 1) toService.setProperty("InsertRowsPerStatement", std::to_string(rowsPerStatement));
-    TableName fromTable, toTable;
-    std::string why;
-    if (!o.table.empty() && !parseTableName(fromDialect, o.table, fromTable, why)) {
-        err << "orlodbc: source table " << o.table << ": " << why << std::endl;
-        return 2;
+    if (!dialectOfSide(host_, s_.fromService, "source", s_.fromDialect, err_) ||
+        !dialectOfSide(host_, s_.toService, "target", s_.toDialect, err_))
+        return end(1);
+    s_.rowsPerStatement = o_.rowsPerStatement < 0 ? defaultRowsPerStatement(s_.toDialect) : o_.rowsPerStatement;
+    if (s_.rowsPerStatement > 1)
+        s_.toService.setProperty("InsertRowsPerStatement", std::to_string(s_.rowsPerStatement));
+    if (!o_.table.empty() && !parseTableName(s_.fromDialect, o_.table, s_.fromTable, why_)) {
+        err_ << "orlodbc: source table " << o_.table << ": " << why_ << std::endl;
+        return end(2);
     }
-    if (!o.toTable.empty()) {
-        if (!parseTableName(toDialect, o.toTable, toTable, why)) {
-            err << "orlodbc: target table " << o.toTable << ": " << why << std::endl;
-            return 2;
+    if (!o_.toTable.empty()) {
+        if (!parseTableName(s_.toDialect, o_.toTable, s_.toTable, why_)) {
+            err_ << "orlodbc: target table " << o_.toTable << ": " << why_ << std::endl;
+            return end(2);
         }
     } else {
-        toTable = fromTable;
-        for (const std::string* part : {&toTable.schema, &toTable.table})
-            if (!part->empty() && !canHold(toDialect, *part, why)) {
-                err << "orlodbc: target table " << shownName(toTable) << " can't be written there: " << why
-                    << "; name another with --to-table" << std::endl;
-                return 2;
+        s_.toTable = s_.fromTable;
+        for (const std::string* part : {&s_.toTable.schema, &s_.toTable.table})
+            if (!part->empty() && !canHold(s_.toDialect, *part, why_)) {
+                err_ << "orlodbc: target table " << shownName(s_.toTable) << " can't be written there: " << why_
+                     << "; name another with --to-table" << std::endl;
+                return end(2);
             }
     }
-    const std::string fromName = o.query.empty() ? quoteTable(fromDialect, fromTable) : std::string();
+    s_.fromName = o_.query.empty() ? quoteTable(s_.fromDialect, s_.fromTable) : std::string();
+    return true;
+}
 
+bool CopyRun::probeShape() {
     // The source's shape, from a statement prepared but not run.
-    BulkLink probe(host, "source");
-    if (!probe.open(fromService)) {
-        err << "orlodbc: " << probe.why() << std::endl;
-        return 1;
-    }
-    Shape shape;
+    probe_.emplace(host_, "source");
+    if (!probe_->open(s_.fromService)) return failOnProbe();
+    Shape& shape = src_.shape;
     {
-        const std::string sql = o.query.empty() ? "SELECT * FROM " + fromName : o.query;
-        Statement st(probe, probe.connection()->createPreparedStatement(sql.c_str(), probe.error()));
-        if (st.get() == nullptr || !shapeOf(probe, st.get(), shape)) {
-            if (st.get() == nullptr) probe.failRecord();
-            err << "orlodbc: " << probe.why() << std::endl;
-            return 1;
+        const std::string sql = o_.query.empty() ? "SELECT * FROM " + s_.fromName : o_.query;
+        Statement st(*probe_, probe_->connection()->createPreparedStatement(sql.c_str(), probe_->error()));
+        if (st.get() == nullptr || !shapeOf(*probe_, st.get(), shape)) {
+            if (st.get() == nullptr) probe_->failRecord();
+            return failOnProbe();
         }
     }
     if (shape.types.empty()) {
-        err << "orlodbc: source: the query has no columns" << std::endl;
-        return 2;
+        err_ << "orlodbc: source: the query has no columns" << std::endl;
+        return end(2);
     }
     for (size_t j = 0; j < shape.types.size(); ++j) {
         if ((shape.types[j] & kTypeMask) == UNKNOWN) {
-            err << "orlodbc: source: column " << shownName(shape.names[j])
-                << " has a type the driver can't read; copy from a query that casts it" << std::endl;
-            return 2;
+            err_ << "orlodbc: source: column " << shownName(shape.names[j])
+                 << " has a type the driver can't read; copy from a query that casts it" << std::endl;
+            return end(2);
         }
     }
-    if (o.query.empty()) wholeNames(host, fromService, fromTable, shape);
-    const int named = checkTargetNames(toDialect, toTable, shape, err);
-    if (named != 0) return named;
-    const std::string source = o.query.empty() ? fromName : "(" + o.query + ") orl_source";
+    if (o_.query.empty()) wholeNames(host_, s_.fromService, s_.fromTable, shape);
+    const int named = checkTargetNames(s_.toDialect, s_.toTable, shape, err_);
+    if (named != 0) return end(named);
+    src_.from = o_.query.empty() ? s_.fromName : "(" + o_.query + ") orl_source";
+    return true;
+}
+
+bool CopyRun::prepareTarget() {
     // A resumed copy goes on in the table as it is: neither made again nor replaced.
-    bool create = o.create, dropExisting = o.dropExisting;
-    bool resuming = false;
-    if (o.resume) {
-        ClassicLink target(host);
-        if (!target.open(toService, why)) {
-            err << "orlodbc: target: " << why << std::endl;
-            return 1;
+    target_.create = o_.create;
+    target_.dropExisting = o_.dropExisting;
+    if (o_.resume) {
+        ClassicLink target(host_);
+        if (!target.open(s_.toService, why_)) {
+            err_ << "orlodbc: target: " << why_ << std::endl;
+            return end(1);
         }
-        resuming = tableExists(target, toDialect, toTable);
-        if (resuming && create)
-            out << "resume: " << shownName(toTable) << " exists: it is neither created nor replaced" << std::endl;
-        if (resuming) create = dropExisting = false;
+        target_.resuming = tableExists(target, s_.toDialect, s_.toTable);
+        if (target_.resuming && target_.create)
+            out_ << "resume: " << shownName(s_.toTable) << " exists: it is neither created nor replaced" << std::endl;
+        if (target_.resuming) target_.create = target_.dropExisting = false;
     }
     // Replacing a table: the rows go into a fresh one, and the old one stays until they are whole.
-    Replacement replacement(host, toService, toDialect, toTable, err);
-    if (!replacement.prepare(create && dropExisting, why)) {
-        err << "orlodbc: target: " << why << std::endl;
-        return 1;
+    replacement_.emplace(host_, s_.toService, s_.toDialect, s_.toTable, err_);
+    if (!replacement_->prepare(target_.create && target_.dropExisting, why_)) {
+        err_ << "orlodbc: target: " << why_ << std::endl;
+        return end(1);
     }
-    const TableName& writeTable = replacement.writeTable();
-    CopyPlan plan;
+    writeTable_ = &replacement_->writeTable();
+    return true;
+}
+
+bool CopyRun::planReading() {
+    const Shape& shape = src_.shape;
     {
         CopyPlanInput in;
-        in.from = &fromDialect;
-        in.to = &toDialect;
-        in.fromTable = o.query.empty() ? &fromTable : nullptr;
-        in.toTable = &toTable;
-        in.createAs = &writeTable;
-        in.source = source;
+        in.from = &s_.fromDialect;
+        in.to = &s_.toDialect;
+        in.fromTable = o_.query.empty() ? &s_.fromTable : nullptr;
+        in.toTable = &s_.toTable;
+        in.createAs = writeTable_;
+        in.source = src_.from;
         in.shape = &shape;
-        in.create = create;
-        in.allowLossy = o.allowLossy;
-        const int planned = planCopy(host, fromService, toService, probe, in, plan, err);
-        if (planned != 0) return planned;
+        in.create = target_.create;
+        in.allowLossy = o_.allowLossy;
+        const int planned = planCopy(host_, s_.fromService, s_.toService, *probe_, in, read_.plan, err_);
+        if (planned != 0) return end(planned);
     }
     // A table's columns are named in the SELECT, so that its text is ours alone.
-    const std::string plainSql =
-        o.query.empty() ? "SELECT " + quoteNames(fromDialect, shape.names) + " FROM " + fromName : o.query;
+    read_.plainSql = o_.query.empty()
+                         ? "SELECT " + quoteNames(s_.fromDialect, shape.names) + " FROM " + s_.fromName
+                         : o_.query;
     std::string items;
-    for (const std::string& item : plan.items) items += (items.empty() ? "" : ", ") + item;
-    const std::string selectList = o.query.empty() || plan.recast ? items : std::string("*");
-    const std::string wholeSql = plan.recast ? "SELECT " + items + " FROM " + source : plainSql;
+    for (const std::string& item : read_.plan.items) items += (items.empty() ? "" : ", ") + item;
+    read_.selectList = o_.query.empty() || read_.plan.recast ? items : std::string("*");
+    read_.wholeSql = read_.plan.recast ? "SELECT " + items + " FROM " + src_.from : read_.plainSql;
     // Columns read another way come with the type words of their new reading.
-    Shape planned = shape;
-    if (plan.recast) {
-        Statement st(probe, probe.connection()->createPreparedStatement(wholeSql.c_str(), probe.error()));
-        if (st.get() == nullptr || !shapeOf(probe, st.get(), planned)) {
-            if (st.get() == nullptr) probe.failRecord();
-            err << "orlodbc: " << probe.why() << std::endl;
-            return 1;
+    read_.planned = shape;
+    if (read_.plan.recast) {
+        Statement st(*probe_, probe_->connection()->createPreparedStatement(read_.wholeSql.c_str(), probe_->error()));
+        if (st.get() == nullptr || !shapeOf(*probe_, st.get(), read_.planned)) {
+            if (st.get() == nullptr) probe_->failRecord();
+            return failOnProbe();
         }
     }
+    return true;
+}
 
+bool CopyRun::chooseKeys() {
+    const Shape& shape = src_.shape;
     // Reading in chunks of an integer key, else whole, saying what that may cost.
-    int chunkColumn = -1;
-    if (o.chunkRows > 0 || o.resume) {
-        const int named = o.splitBy.empty() ? -1 : findColumn(shape, o.splitBy);
+    if (o_.chunkRows > 0 || o_.resume) {
+        const int named = o_.splitBy.empty() ? -1 : findColumn(shape, o_.splitBy);
         std::string noKey;
-        chunkColumn = chunkKey(plan.columns, shape.types, o.splitBy, named, noKey);
-        if (chunkColumn < 0 && o.resume) {
-            err << "orlodbc: --resume finds where the target ends by an integer key, and the source has none: "
-                << noKey << "; nothing was written" << std::endl;
-            return 2;
+        work_.chunkColumn = chunkKey(read_.plan.columns, shape.types, o_.splitBy, named, noKey);
+        if (work_.chunkColumn < 0 && o_.resume) {
+            err_ << "orlodbc: --resume finds where the target ends by an integer key, and the source has none: "
+                 << noKey << "; nothing was written" << std::endl;
+            return end(2);
         }
-        if (chunkColumn < 0 && o.chunkRows > 0 && (o.splitBy.empty() || o.jobs == 1)) {
-            const std::string setting = streamingSetting(fromDialect.kind);
-            err << "orlodbc: source: read in one query, not in chunks (" << (o.query.empty() ? noKey : "a query source needs --split-by")
-                << "): its ODBC driver may hold the whole result in memory"
-                << (setting.empty() ? std::string() : " unless the data source sets " + setting) << std::endl;
+        if (work_.chunkColumn < 0 && o_.chunkRows > 0 && (o_.splitBy.empty() || o_.jobs == 1)) {
+            const std::string setting = streamingSetting(s_.fromDialect.kind);
+            err_ << "orlodbc: source: read in one query, not in chunks ("
+                 << (o_.query.empty() ? noKey : "a query source needs --split-by")
+                 << "): its ODBC driver may hold the whole result in memory"
+                 << (setting.empty() ? std::string() : " unless the data source sets " + setting) << std::endl;
         }
     }
-    if (o.jobs > 1 && o.splitBy.empty() && chunkColumn < 0) {
-        err << "orlodbc: --jobs needs --split-by, or a source table with an integer primary key" << std::endl;
-        return 2;
+    if (o_.jobs > 1 && o_.splitBy.empty() && work_.chunkColumn < 0) {
+        err_ << "orlodbc: --jobs needs --split-by, or a source table with an integer primary key" << std::endl;
+        return end(2);
     }
+    if (!o_.splitBy.empty() && o_.jobs > 1 && work_.chunkColumn < 0) return splitByColumn();
+    return true;
+}
 
-    std::string splitKey;
-    bool splitInteger = true;
-    if (!o.splitBy.empty() && o.jobs > 1 && chunkColumn < 0) {
-        const int k = findColumn(shape, o.splitBy);
-        if (k < 0) {
-            err << "orlodbc: --split-by " << shownName(o.splitBy) << ": the source has no such column" << std::endl;
-            return 2;
-        }
-        // SQLite's driver reads a NUMERIC column as a double; its catalog knows it as a decimal.
-        const bool decimalKey = static_cast<size_t>(k) < plan.columns.size() && plan.columns[k].type.kind == Kind::Decimal;
-        if (!splittable(shape.types[k]) && !decimalKey) {
-            err << "orlodbc: --split-by " << shownName(shape.names[k]) << ": the jobs divide the rows by ranges of "
-                << "an integer or decimal key, and this column is " << typeToString(shape.types[k])
-                << "; nothing was written" << std::endl;
-            return 2;
-        }
-        splitKey = quoteName(fromDialect, shape.names[k]);
-        splitInteger = integerKey(shape.types[k]) && !decimalKey;
+// Jobs without chunks divide the rows by ranges of the column the user named.
+bool CopyRun::splitByColumn() {
+    const Shape& shape = src_.shape;
+    const int k = findColumn(shape, o_.splitBy);
+    if (k < 0) {
+        err_ << "orlodbc: --split-by " << shownName(o_.splitBy) << ": the source has no such column" << std::endl;
+        return end(2);
     }
-
-    if (create) {
-        ClassicLink target(host);
-        if (!target.open(toService, why)) {
-            err << "orlodbc: target: " << why << std::endl;
-            return 1;
-        }
-        const int created =
-            createTarget(target, toDialect, writeTable, shape, dropExisting && !replacement.active(), err, plan.createSql);
-        if (created != 0) return created;
-        replacement.made();
+    // SQLite's driver reads a NUMERIC column as a double; its catalog knows it as a decimal.
+    const bool decimalKey =
+        static_cast<size_t>(k) < read_.plan.columns.size() && read_.plan.columns[k].type.kind == Kind::Decimal;
+    if (!splittable(shape.types[k]) && !decimalKey) {
+        err_ << "orlodbc: --split-by " << shownName(shape.names[k]) << ": the jobs divide the rows by ranges of "
+             << "an integer or decimal key, and this column is " << typeToString(shape.types[k])
+             << "; nothing was written" << std::endl;
+        return end(2);
     }
+    work_.splitKey = quoteName(s_.fromDialect, shape.names[k]);
+    work_.splitInteger = integerKey(shape.types[k]) && !decimalKey;
+    return true;
+}
 
+bool CopyRun::createTable() {
+    if (!target_.create) return true;
+    ClassicLink target(host_);
+    if (!target.open(s_.toService, why_)) {
+        err_ << "orlodbc: target: " << why_ << std::endl;
+        return end(1);
+    }
+    const int created = createTarget(target, s_.toDialect, *writeTable_, src_.shape,
+                                     target_.dropExisting && !replacement_->active(), err_, read_.plan.createSql);
+    if (created != 0) return end(created);
+    replacement_->made();
+    return true;
+}
+
+bool CopyRun::divideWork() {
     // Work for the jobs: the whole source, or ranges of the split key.
-    std::vector<std::string> conditions;
-    if (!splitKey.empty()) {
+    if (!work_.splitKey.empty()) {
         std::vector<int64_t> v(2);
         std::vector<bool> nulls(2);
-        if (!readLongs(probe, boundsSql(fromDialect.kind, splitKey, splitInteger, source), v, nulls)) {
-            err << "orlodbc: " << probe.why() << std::endl;
-            return 1;
-        }
-        if (!nulls[0] && !nulls[1]) conditions = splitConditions(splitKey, v[0], v[1], o.jobs);
+        if (!readLongs(*probe_, boundsSql(s_.fromDialect.kind, work_.splitKey, work_.splitInteger, src_.from), v,
+                       nulls))
+            return failOnProbe();
+        if (!nulls[0] && !nulls[1]) work_.conditions = splitConditions(work_.splitKey, v[0], v[1], o_.jobs);
     }
-    if (conditions.empty()) conditions.push_back("");
-    uint64_t total = 0;
-    bool counted = false;
-    if (o.query.empty()) {
+    if (work_.conditions.empty()) work_.conditions.push_back("");
+    if (o_.query.empty()) {
         // Counting a table is cheap enough for a percentage and for the check of the jobs' sum; a query may not be.
         std::vector<int64_t> v(1);
         std::vector<bool> nulls(1);
-        counted = readLongs(probe, "SELECT COUNT(*) FROM " + fromName, v, nulls) && !nulls[0];
-        if (counted) total = static_cast<uint64_t>(v[0]);
+        work_.counted = readLongs(*probe_, "SELECT COUNT(*) FROM " + s_.fromName, v, nulls) && !nulls[0];
+        if (work_.counted) work_.total = static_cast<uint64_t>(v[0]);
     }
-    long chunkRows = 0;
-    std::vector<KeyChunk> chunks;
-    std::vector<size_t> todo;  // the chunks to copy, in key order
-    uint64_t kept = 0;         // rows a resumed copy found in the target
-    if (chunkColumn >= 0) {
-        const std::string key = quoteName(fromDialect, shape.names[chunkColumn]);
-        const SourceColumn& col = plan.columns[chunkColumn];
-        // Enough chunks that every job has one.
-        chunkRows = o.chunkRows > 0 ? o.chunkRows : 50000;
-        if (o.jobs > 1 && counted && total > 0)
-            chunkRows = std::min<long>(chunkRows, static_cast<long>((total + o.jobs - 1) / o.jobs));
-        if (!sourceChunks(probe, key, source, !col.key && !col.notNull, chunkRows, chunks)) {
-            err << "orlodbc: " << probe.why() << std::endl;
-            return 1;
-        }
-        for (size_t i = 0; i < chunks.size(); ++i) todo.push_back(i);
-        if (resuming) {
-            ResumeInput in;
-            in.toService = &toService;
-            in.targetTable = quoteTable(toDialect, writeTable);
-            in.targetKey = quoteName(toDialect, shape.names[chunkColumn]);
-            in.source = source;
-            in.sourceKey = key;
-            in.keyName = shownName(shape.names[chunkColumn]);
-            const int found = resumeChunks(host, probe, in, chunks, todo, kept, out, err);
-            if (found != 0) return found;
-        }
-        conditions.assign(std::min<size_t>(static_cast<size_t>(o.jobs < 1 ? 1 : o.jobs), std::max<size_t>(todo.size(), 1)),
-                          std::string());
-    }
+    if (work_.chunkColumn >= 0 && !chunkSource()) return false;
     // Nothing of the set-up stays open: an embedded database locks its file for an open read.
-    probe.connection()->rollback(probe.error());
+    probe_->connection()->rollback(probe_->error());
+    return true;
+}
 
+// The key ranges of the chunks, and which of them a resumed copy still needs.
+bool CopyRun::chunkSource() {
+    const Shape& shape = src_.shape;
+    const std::string key = quoteName(s_.fromDialect, shape.names[work_.chunkColumn]);
+    const SourceColumn& col = read_.plan.columns[work_.chunkColumn];
+    // Enough chunks that every job has one.
+    work_.chunkRows = o_.chunkRows > 0 ? o_.chunkRows : 50000;
+    if (o_.jobs > 1 && work_.counted && work_.total > 0)
+        work_.chunkRows = std::min<long>(work_.chunkRows, static_cast<long>((work_.total + o_.jobs - 1) / o_.jobs));
+    if (!sourceChunks(*probe_, key, src_.from, !col.key && !col.notNull, work_.chunkRows, work_.chunks))
+        return failOnProbe();
+    for (size_t i = 0; i < work_.chunks.size(); ++i) work_.todo.push_back(i);
+    if (target_.resuming) {
+        ResumeInput in;
+        in.toService = &s_.toService;
+        in.targetTable = quoteTable(s_.toDialect, *writeTable_);
+        in.targetKey = quoteName(s_.toDialect, shape.names[work_.chunkColumn]);
+        in.source = src_.from;
+        in.sourceKey = key;
+        in.keyName = shownName(shape.names[work_.chunkColumn]);
+        const int found = resumeChunks(host_, *probe_, in, work_.chunks, work_.todo, work_.kept, out_, err_);
+        if (found != 0) return end(found);
+    }
+    work_.conditions.assign(
+        std::min<size_t>(static_cast<size_t>(o_.jobs < 1 ? 1 : o_.jobs), std::max<size_t>(work_.todo.size(), 1)),
+        std::string());
+    return true;
+}
+
+bool CopyRun::openJobs() {
+    const Shape& shape = src_.shape;
     std::string params;
     for (size_t j = 0; j < shape.names.size(); ++j) params += j ? ", ?" : "?";
-    const std::string targetName = quoteTable(toDialect, writeTable);
-    const std::string insertSql =
-        "INSERT INTO " + targetName + " (" + quoteNames(toDialect, shape.names) + ") VALUES (" + params + ")";
+    jobs_.targetName = quoteTable(s_.toDialect, *writeTable_);
+    jobs_.insertSql = "INSERT INTO " + jobs_.targetName + " (" + quoteNames(s_.toDialect, shape.names) +
+                      ") VALUES (" + params + ")";
 
-    const size_t jobs = conditions.size();
+    const size_t jobs = jobs_.count = work_.conditions.size();
     // Jobs take the chunks in key order, each the next one left.
-    std::atomic<size_t> nextChunk{0};
-    const std::string chunkKeyName = chunkColumn >= 0 ? quoteName(fromDialect, shape.names[chunkColumn]) : std::string();
-    const auto takeChunk = [&](std::string& sql, std::string& range) {
-        const size_t i = nextChunk++;
-        if (i >= todo.size()) return false;
-        const KeyChunk& c = chunks[todo[i]];
-        sql = "SELECT " + selectList + " FROM " + source + " WHERE " + chunkCondition(chunkKeyName, c);
+    jobs_.chunkKeyName =
+        work_.chunkColumn >= 0 ? quoteName(s_.fromDialect, shape.names[work_.chunkColumn]) : std::string();
+    const auto takeChunk = [this](std::string& sql, std::string& range) {
+        const size_t i = jobs_.nextChunk++;
+        if (i >= work_.todo.size()) return false;
+        const KeyChunk& c = work_.chunks[work_.todo[i]];
+        sql = "SELECT " + read_.selectList + " FROM " + src_.from + " WHERE " + chunkCondition(jobs_.chunkKeyName, c);
         range = " of the rows " + shownChunk(c);
         return true;
     };
-    std::vector<JobPlan> plans(jobs);
-    std::vector<std::unique_ptr<BulkLink> > srcLinks, dstLinks;
+    jobs_.plans.resize(jobs);
     for (size_t i = 0; i < jobs; ++i) {
-        JobPlan& p = plans[i];
-        p.selectSql = conditions[i].empty() ? wholeSql
-                                            : "SELECT " + selectList + " FROM " + source + " WHERE " + conditions[i];
-        p.insertSql = insertSql;
-        p.range = jobs > 1 ? " of job " + std::to_string(i + 1) + " (" + conditions[i] + ")" : "";
-        p.shape = &planned;
-        p.batch = o.batch < 1 ? 1 : o.batch;
-        p.commitEvery = o.commitEvery;
-        if (chunkColumn >= 0) p.nextChunk = takeChunk;
+        JobPlan& p = jobs_.plans[i];
+        const std::string& condition = work_.conditions[i];
+        p.selectSql = condition.empty() ? read_.wholeSql
+                                        : "SELECT " + read_.selectList + " FROM " + src_.from + " WHERE " + condition;
+        p.insertSql = jobs_.insertSql;
+        p.range = jobs > 1 ? " of job " + std::to_string(i + 1) + " (" + condition + ")" : "";
+        p.shape = &read_.planned;
+        p.batch = o_.batch < 1 ? 1 : o_.batch;
+        p.commitEvery = o_.commitEvery;
+        if (work_.chunkColumn >= 0) p.nextChunk = takeChunk;
         // Every connection is made here, on one thread; each job then owns its pair.
-        srcLinks.emplace_back(new BulkLink(host, "source"));
-        dstLinks.emplace_back(new BulkLink(host, "target"));
-        if (!srcLinks.back()->open(fromService) || !dstLinks.back()->open(toService)) {
-            err << "orlodbc: " << (srcLinks.back()->why().empty() ? dstLinks.back()->why() : srcLinks.back()->why())
-                << std::endl;
-            return 1;
+        std::vector<std::unique_ptr<BulkLink> >& src = jobs_.srcLinks;
+        std::vector<std::unique_ptr<BulkLink> >& dst = jobs_.dstLinks;
+        src.emplace_back(new BulkLink(host_, "source"));
+        dst.emplace_back(new BulkLink(host_, "target"));
+        if (!src.back()->open(s_.fromService) || !dst.back()->open(s_.toService)) {
+            err_ << "orlodbc: " << (src.back()->why().empty() ? dst.back()->why() : src.back()->why()) << std::endl;
+            return end(1);
         }
     }
+    return true;
+}
 
-    std::atomic<bool> stop{false};
-    std::vector<JobResult> results(jobs);
-    Progress progress(stderr, o.progress, total);
+void CopyRun::runJobs() {
+    jobs_.results.resize(jobs_.count);
+    progress_.emplace(stderr, o_.progress, work_.total);
     {
         std::vector<std::thread> threads;
-        for (size_t i = 0; i < jobs; ++i)
-            threads.emplace_back(
-                [&, i] { results[i] = runJob(*srcLinks[i], *dstLinks[i], plans[i], progress, stop); });
+        for (size_t i = 0; i < jobs_.count; ++i)
+            threads.emplace_back([this, i] {
+                jobs_.results[i] =
+                    runJob(*jobs_.srcLinks[i], *jobs_.dstLinks[i], jobs_.plans[i], *progress_, jobs_.stop);
+            });
         for (std::thread& t : threads) t.join();
     }
-    progress.finish();
-    const double seconds = progress.seconds();
-    srcLinks.clear();
-    dstLinks.clear();
+    progress_->finish();
+    tally_.seconds = progress_->seconds();
+    jobs_.srcLinks.clear();
+    jobs_.dstLinks.clear();
+}
 
-    uint64_t rows = 0, committed = 0;
-    bool failed = false, arrays = false;
+bool CopyRun::checkResults() {
+    const size_t jobs = jobs_.count;
     if (Interrupt::happened()) {
-        for (const JobResult& r : results) committed += r.committed;
-        if (replacement.active())
-            err << "orlodbc: interrupted; " << shownName(toTable) << " stays as it was" << std::endl;
+        for (const JobResult& r : jobs_.results) tally_.committed += r.committed;
+        if (replacement_->active())
+            err_ << "orlodbc: interrupted; " << shownName(s_.toTable) << " stays as it was" << std::endl;
         else
-            err << "orlodbc: interrupted; the target keeps the " << committed << " rows committed before it"
-                << std::endl;
-        return Interrupt::exitCode();
+            err_ << "orlodbc: interrupted; the target keeps the " << tally_.committed
+                 << " rows committed before it" << std::endl;
+        return end(Interrupt::exitCode());
     }
-    for (const JobResult& r : results) {
-        rows += r.rows;
-        committed += r.committed;
-        arrays = arrays || r.arrays;
+    bool failed = false;
+    for (const JobResult& r : jobs_.results) {
+        tally_.rows += r.rows;
+        tally_.committed += r.committed;
+        tally_.arrays = tally_.arrays || r.arrays;
         if (r.failed && !r.why.empty()) {
-            err << "orlodbc: copy failed at " << r.why << std::endl;
+            err_ << "orlodbc: copy failed at " << r.why << std::endl;
             failed = true;
         }
     }
     if (failed) {
-        if (!replacement.active())
-            err << "orlodbc: the target keeps the " << committed << " rows committed before the failure" << std::endl;
-        return 1;
+        if (!replacement_->active())
+            err_ << "orlodbc: the target keeps the " << tally_.committed << " rows committed before the failure"
+                 << std::endl;
+        return end(1);
     }
-    if (counted && rows + kept != total) {
-        err << "orlodbc: the source counted " << total << " rows before the copy and the " << jobs
-            << (jobs == 1 ? " job" : " jobs") << " copied " << rows
-            << (kept > 0 ? " to the " + std::to_string(kept) + " the target held" : std::string())
-            << "; the source changed during the copy"
-            << (jobs > 1 ? " or the jobs' ranges missed rows" : "") << std::endl;
-        return 1;
+    const uint64_t rows = tally_.rows, kept = work_.kept;
+    if (work_.counted && rows + kept != work_.total) {
+        err_ << "orlodbc: the source counted " << work_.total << " rows before the copy and the " << jobs
+             << (jobs == 1 ? " job" : " jobs") << " copied " << rows
+             << (kept > 0 ? " to the " + std::to_string(kept) + " the target held" : std::string())
+             << "; the source changed during the copy"
+             << (jobs > 1 ? " or the jobs' ranges missed rows" : "") << std::endl;
+        return end(1);
     }
+    return true;
+}
 
+void CopyRun::printSummary() {
+    const size_t jobs = jobs_.count;
+    const uint64_t rows = tally_.rows;
+    const double seconds = tally_.seconds;
     std::ostringstream line;
     char rate[32];
     std::snprintf(rate, sizeof rate, "%.2f", seconds);
-    line << "copied " << rows << " rows from " << fromService.getPropertyValueAsString("DSN", "source") << " to "
-         << toService.getPropertyValueAsString("DSN", "target") << "." << shownName(toTable) << " in " << rate
+    line << "copied " << rows << " rows from " << s_.fromService.getPropertyValueAsString("DSN", "source") << " to "
+         << s_.toService.getPropertyValueAsString("DSN", "target") << "." << shownName(s_.toTable) << " in " << rate
          << " s (" << grouped(seconds > 0 ? static_cast<uint64_t>(rows / seconds) : rows) << " rows/s, " << jobs
          << (jobs == 1 ? " job" : " jobs")
-         << (chunkColumn >= 0 ? ", chunks of " + grouped(static_cast<uint64_t>(chunkRows)) +
-                                    " rows by " + shownName(shape.names[chunkColumn])
-                              : std::string())
-         << (!arrays                ? std::string()
-             : rowsPerStatement > 1 ? ", INSERTs of up to " + std::to_string(rowsPerStatement) + " rows"
-                                    : ", row arrays of " + batch) << ")";
-    out << line.str() << std::endl;
-    if (o.verify) {
-        VerifySide a, b;
-        a.service = &fromService;
-        a.dialect = fromDialect;
-        a.from = source;
-        a.readBackSql = plainSql;
-        b.service = &toService;
-        b.dialect = toDialect;
-        b.from = targetName;
-        b.readBackSql = "SELECT " + quoteNames(toDialect, shape.names) + " FROM " + targetName;
-        // What the databases can't sum themselves is read row by row: a chunk at a time, too.
-        if (chunkColumn >= 0) {
-            const std::string keyThere = quoteName(toDialect, shape.names[chunkColumn]);
-            for (const KeyChunk& c : chunks) {
-                a.where.push_back(chunkCondition(chunkKeyName, c));
-                b.where.push_back(chunkCondition(keyThere, c));
-            }
+         << (work_.chunkColumn >= 0 ? ", chunks of " + grouped(static_cast<uint64_t>(work_.chunkRows)) +
+                                          " rows by " + shownName(src_.shape.names[work_.chunkColumn])
+                                    : std::string())
+         << (!tally_.arrays              ? std::string()
+             : s_.rowsPerStatement > 1 ? ", INSERTs of up to " + std::to_string(s_.rowsPerStatement) + " rows"
+                                       : ", row arrays of " + s_.batch) << ")";
+    out_ << line.str() << std::endl;
+}
+
+bool CopyRun::verify() {
+    if (!o_.verify) return true;
+    const Shape& shape = src_.shape;
+    VerifySide a, b;
+    a.service = &s_.fromService;
+    a.dialect = s_.fromDialect;
+    a.from = src_.from;
+    a.readBackSql = read_.plainSql;
+    b.service = &s_.toService;
+    b.dialect = s_.toDialect;
+    b.from = jobs_.targetName;
+    b.readBackSql = "SELECT " + quoteNames(s_.toDialect, shape.names) + " FROM " + jobs_.targetName;
+    // What the databases can't sum themselves is read row by row: a chunk at a time, too.
+    if (work_.chunkColumn >= 0) {
+        const std::string keyThere = quoteName(s_.toDialect, shape.names[work_.chunkColumn]);
+        for (const KeyChunk& c : work_.chunks) {
+            a.where.push_back(chunkCondition(jobs_.chunkKeyName, c));
+            b.where.push_back(chunkCondition(keyThere, c));
         }
-        const int verified = verifyCopy(host, a, b, shape, plan.columns, plan.targetTypes, out, err);
-        if (Interrupt::happened()) {
-            err << "orlodbc: interrupted during the check; all " << rows << " rows were committed" << std::endl;
-            return Interrupt::exitCode();
-        }
-        if (verified != 0) return 1;
     }
-    return replacement.finish();
+    const int verified = verifyCopy(host_, a, b, shape, read_.plan.columns, read_.plan.targetTypes, out_, err_);
+    if (Interrupt::happened()) {
+        err_ << "orlodbc: interrupted during the check; all " << tally_.rows << " rows were committed" << std::endl;
+        return end(Interrupt::exitCode());
+    }
+    if (verified != 0) return end(1);
+    return true;
+}
+
+} // namespace
+
+int runCopy(DriverHost& host, const CopyOptions& o, std::ostream& out, std::ostream& err) {
+    CopyRun run(host, o, out, err);
+    if (!run.setUpServices() || !run.nameTables() || !run.probeShape() || !run.prepareTarget() ||
+        !run.planReading() || !run.chooseKeys() || !run.createTable() || !run.divideWork() || !run.openJobs())
+        return run.status();
+    run.runJobs();
+    if (!run.checkResults()) return run.status();
+    run.printSummary();
+    if (!run.verify()) return run.status();
+    return run.finish();
 }
 
 } // namespace orlodbc
