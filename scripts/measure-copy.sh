@@ -268,10 +268,12 @@ run_tool() {
         { cat "$work/tool.err" >&2; die "orlodbc copy $from -> $to failed"; }
 }
 
-# The loaders, each into a new table made like the tool's.
+# The loaders, each into a new table made like the tool's, key and all: the
+# tool's --create keeps the source's primary key, and a loader that needn't
+# keep an index up would be measured at a lighter job.
 load_pg() {
     local load_table="$1" tool_table="$2" csv="$3"
-    pg_sql -c "CREATE TABLE $load_table (LIKE $tool_table)" -c "\\copy $load_table FROM '$csv' WITH (FORMAT csv)"
+    pg_sql -c "CREATE TABLE $load_table (LIKE $tool_table INCLUDING ALL)" -c "\\copy $load_table FROM '$csv' WITH (FORMAT csv)"
 }
 load_maria() {
     local load_table="$1" tool_table="$2" csv="$3" kind="$4" columns set="" warnings
