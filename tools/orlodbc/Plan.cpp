@@ -231,6 +231,9 @@ ColumnPlan planColumn(DbKind source, const ColumnType& src, unsigned int word, D
     } else if (src.kind == Kind::Timestamp && src.size > 3 && target == DbKind::SQLite) {
         p.read = Read::Text;
         p.why = "SQLite's driver writes timestamps to the millisecond";
+    } else if (source == DbKind::SQLite && isFloat(src.kind) && code == FLOAT) {
+        p.read = Read::Digits;
+        p.why = "SQLite's driver reads doubles as text of 15 significant digits";
     }
 
     // Whether every value of the source column has a place in the target's.
@@ -271,14 +274,43 @@ ColumnPlan planColumn(DbKind source, const ColumnType& src, unsigned int word, D
 std::string readItem(const Dialect& source, const std::string& name, Read read) {
     const std::string q = quoteName(source, name);
     if (read == Read::AsIs) return q;
+    // SQLite prints with a long double: 17 digits read back right for most
+    // doubles, 20 for some of large exponent, where the 17th digit is off.
+    // Its printf of a NULL is a text, not a NULL.
+    if (read == Read::Digits)
+        return "CASE WHEN " + q + " IS NULL THEN NULL WHEN " + q + " = CAST(printf('%!.17g', " + q +
+               ") AS REAL) THEN printf('%!.17g', " + q + ") ELSE printf('%!.20g', " + q + ") END AS " + q;
     const char* text = source.kind == DbKind::MariaDB ? "CHAR" : source.kind == DbKind::Other ? "VARCHAR(4000)"
                                                                                                : "TEXT";
     return "CAST(" + q + " AS " + text + ") AS " + q;
 }
 
+namespace {
+
+ValueCheck targetCheck(const Dialect& source, const std::string& q, const ColumnType& src, DbKind target,
+                       const ColumnType& dst);
+
+} // namespace
+
 ValueCheck valueCheck(const Dialect& source, const std::string& name, const ColumnType& src, DbKind target,
                       const ColumnType& dst) {
     const std::string q = quoteName(source, name);
+    ValueCheck c = targetCheck(source, q, src, target, dst);
+    if (source.kind != DbKind::SQLite || !isFloat(src.kind)) return c;
+    // Doubles are read as SQLite's text of them to 17 or 20 digits (its
+    // driver's own read keeps 15). Infinities, and any double neither text
+    // reads back as, are found by the same round trips in SQL.
+    const std::string digits = "(" + q + " <> CAST(printf('%!.17g', " + q + ") AS REAL) AND " + q +
+                               " <> CAST(printf('%!.20g', " + q + ") AS REAL))";
+    const std::string rounded = "doubles that SQLite can't print exactly (infinities, some at the ends of the range)";
+    if (c.condition.empty()) return {digits, rounded};
+    return {"(" + c.condition + ") OR " + digits, c.what + "; or " + rounded, c.refused};
+}
+
+namespace {
+
+ValueCheck targetCheck(const Dialect& source, const std::string& q, const ColumnType& src, DbKind target,
+                       const ColumnType& dst) {
     const bool pg = source.kind == DbKind::PostgreSQL;
     if (isFloat(src.kind) && isFloat(dst.kind)) {
         if (target == DbKind::SQLite && pg)
@@ -304,5 +336,7 @@ ValueCheck valueCheck(const Dialect& source, const std::string& name, const Colu
     }
     return {};
 }
+
+} // namespace
 
 } // namespace orlodbc

@@ -50,7 +50,10 @@ struct TargetType {
 };
 TargetType targetType(DbKind target, const ColumnType& t);
 
-enum class Read { AsIs, Text };
+// AsIs: as the driver reads it; Text: cast to text by the source; Digits:
+// a double printed by the source to 17 significant digits, which reads back
+// as the same double.
+enum class Read { AsIs, Text, Digits };
 
 struct ColumnPlan {
     Read read = Read::AsIs;

@@ -202,6 +202,8 @@ class RoundTrip(unittest.TestCase):
             ("pg", "maria", "f double precision", "'NaN'", "f"),
             ("pg", "sqlite", "f double precision", "'-0'", "f"),
             ("pg", "maria", "un numeric", "'1.0000000000000000000000000000000000001'", "un"),
+            # SQLite's text of an infinity doesn't read back as one there: the copy can't vouch for it.
+            ("sqlite", "pg", "f DOUBLE", "9e999", "f"),
         ]
         for src, dst, column, value, name in cases:
             with self.subTest(src=src, dst=dst, column=column):
@@ -216,9 +218,11 @@ class RoundTrip(unittest.TestCase):
                 self.assertIn("column %s: 1 row holds" % name, p.stderr)
                 self.assertIn("--allow-lossy", p.stderr)
                 # Nothing made, nothing written.
-                self.assertEqual([], client(dst, "SELECT 1 FROM %s" % (
-                    "information_schema.tables WHERE table_schema = DATABASE() AND table_name = 'orl_rt_lossy'"
-                    if dst == "maria" else "sqlite_master WHERE name = 'orl_rt_lossy'")))
+                self.assertEqual([], client(dst, "SELECT 1 FROM %s" % {
+                    "maria": "information_schema.tables WHERE table_schema = DATABASE() AND table_name = 'orl_rt_lossy'",
+                    "pg": "information_schema.tables WHERE table_schema = current_schema() "
+                          "AND table_name = 'orl_rt_lossy'",
+                    "sqlite": "sqlite_master WHERE name = 'orl_rt_lossy'"}[dst]))
                 p = orlodbc(base + ["--allow-lossy"])
                 self.assertEqual(0, p.returncode, p.stderr)
                 self.assertIn("column %s will change" % name, p.stderr)

@@ -171,6 +171,18 @@ TEST(Plan, ReadItemsAndValueChecksQuoteTheName) {
     v = valueCheck(pg, "n", parseDeclared(PG, "numeric"), MA, parseDeclared(MA, "decimal(65,30)"));
     EXPECT_NE(std::string::npos, v.condition.find("scale(\"n\") > 30"));
     EXPECT_NE(std::string::npos, v.condition.find("abs(\"n\") >= 1e35"));
+    // SQLite's doubles go as its 17-digit text; those it can't print exactly are found.
+    const ColumnType liteDouble = parseDeclared(SL, "DOUBLE");
+    v = valueCheck(lite, "f", liteDouble, PG, dbl);
+    const std::string digits =
+        "(\"f\" <> CAST(printf('%!.17g', \"f\") AS REAL) AND \"f\" <> CAST(printf('%!.20g', \"f\") AS REAL))";
+    EXPECT_EQ(digits, v.condition);
+    EXPECT_FALSE(v.refused);
+    v = valueCheck(lite, "f", liteDouble, MA, parseDeclared(MA, "double"));
+    EXPECT_EQ("(\"f\" IN (9e999, -9e999)) OR " + digits, v.condition);
+    EXPECT_EQ(Read::Digits, planColumn(SL, liteDouble, FLOAT, PG, dbl).read);
+    EXPECT_EQ(Read::AsIs, planColumn(PG, dbl, FLOAT, SL, liteDouble).read);
+    EXPECT_TRUE(v.refused);
 }
 
 TEST(Plan, CreateTableKeepsKeyAndNotNull) {
