@@ -388,8 +388,10 @@ RowInternal2* PreparedStatement2Odbc::packBlockRow(DBError* error) {
             unsigned char decimal[24];
             const bool fixed = typeOf(columnTypes[j]) == FIXEDDECIMAL;
             if (packDecimalText(columnTypes[j], reinterpret_cast<const char*>(cell), fixed ? decimal : valueBuffers[j],
-                                length, error) != 0)
+                                length, error) != 0) {
+                freeReread();  // a text read again earlier in the row
                 return nullptr;
+            }
             if (fixed) std::memcpy(valueBuffers[j], decimal, sizeof decimal);
             break;
         }
