@@ -132,7 +132,7 @@ int planCopy(DriverHost& host, const DataService& fromService, const DataService
     plan.items.clear();
     for (size_t j = 0; j < n; ++j) {
         const ColumnPlan p = planColumn(in.from->kind, src[j].type, shape.types[j], in.to->kind, dst[j]);
-        plan.items.push_back(readItem(*in.from, src[j].name, p.read));
+        plan.items.push_back(readItem(*in.from, src[j].name, p.read, in.fromTable ? std::string() : "orl_source"));
         plan.recast = plan.recast || p.read != Read::AsIs;
         std::string loss = dst[j].kind == Kind::Other ? std::string() : p.loss;
         const ValueCheck check = valueCheck(*in.from, src[j].name, src[j].type, in.to->kind, dst[j]);

@@ -271,18 +271,19 @@ ColumnPlan planColumn(DbKind source, const ColumnType& src, unsigned int word, D
     return p;
 }
 
-std::string readItem(const Dialect& source, const std::string& name, Read read) {
-    const std::string q = quoteName(source, name);
+std::string readItem(const Dialect& source, const std::string& name, Read read, const std::string& from) {
+    const std::string q = from.empty() ? quoteName(source, name) : from + "." + quoteName(source, name);
     if (read == Read::AsIs) return q;
     // SQLite prints with a long double: 17 digits read back right for most
     // doubles, 20 for some of large exponent, where the 17th digit is off.
     // Its printf of a NULL is a text, not a NULL.
     if (read == Read::Digits)
         return "CASE WHEN " + q + " IS NULL THEN NULL WHEN " + q + " = CAST(printf('%!.17g', " + q +
-               ") AS REAL) THEN printf('%!.17g', " + q + ") ELSE printf('%!.20g', " + q + ") END AS " + q;
+               ") AS REAL) THEN printf('%!.17g', " + q + ") ELSE printf('%!.20g', " + q + ") END AS " +
+               quoteName(source, name);
     const char* text = source.kind == DbKind::MariaDB ? "CHAR" : source.kind == DbKind::Other ? "VARCHAR(4000)"
                                                                                                : "TEXT";
-    return "CAST(" + q + " AS " + text + ") AS " + q;
+    return "CAST(" + q + " AS " + text + ") AS " + quoteName(source, name);
 }
 
 namespace {

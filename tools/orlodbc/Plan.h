@@ -67,7 +67,11 @@ ColumnPlan planColumn(DbKind source, const ColumnType& src, unsigned int word, D
                       const ColumnType& dst);
 
 // The SELECT item that reads a column the planned way, named as the column.
-std::string readItem(const Dialect& source, const std::string& name, Read read);
+// `from` qualifies the column where the name alone might not find it: a
+// query's columns are named as the driver describes them, which may not be
+// their names (SQLite's driver gives only what follows a dot), and SQLite
+// takes an unqualified unknown name in double quotes for a text.
+std::string readItem(const Dialect& source, const std::string& name, Read read, const std::string& from = "");
 
 // A condition on the source's rows that holds where a value of the column
 // can't land in the target as it is (NaN, infinities, -0, fractions beyond

@@ -157,6 +157,9 @@ TEST(Plan, ReadItemsAndValueChecksQuoteTheName) {
     EXPECT_EQ("\"a\"\"b\"", readItem(pg, "a\"b", Read::AsIs));
     EXPECT_EQ("CAST(`t``m` AS CHAR) AS `t``m`", readItem(maria, "t`m", Read::Text));
     EXPECT_EQ("CAST(\"x\" AS TEXT) AS \"x\"", readItem(lite, "x", Read::Text));
+    // A query's columns are found through its alias: a name that isn't there fails, not a text.
+    EXPECT_EQ("orl_source.\"b\"", readItem(lite, "b", Read::AsIs, "orl_source"));
+    EXPECT_EQ("CAST(orl_source.\"x\" AS TEXT) AS \"x\"", readItem(lite, "x", Read::Text, "orl_source"));
 
     const ColumnType dbl = parseDeclared(PG, "double precision");
     ValueCheck v = valueCheck(pg, "f\"", dbl, MA, parseDeclared(MA, "double"));
