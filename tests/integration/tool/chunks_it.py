@@ -60,6 +60,11 @@ class Chunks(unittest.TestCase):
             Chunks.made = True
 
     def test_memory_stays_flat_as_the_table_grows(self):
+        # A sanitizer's allocator keeps freed memory in quarantine, so its peak
+        # grows with the rows read whatever the copy holds: the plain build
+        # measures this.
+        if any(os.environ.get(k) for k in ("ASAN_OPTIONS", "TSAN_OPTIONS")):
+            self.skipTest("peak memory means nothing under a sanitizer's allocator")
         self.source()
         peaks = {}
         for name in ("orl_ck_small", "orl_ck_big"):
