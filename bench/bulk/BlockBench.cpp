@@ -52,11 +52,6 @@ constexpr int kWriteRows = 100000;
 constexpr int kBlock = 1024;
 constexpr const char* kSelect = "SELECT i, d, s, ts, n FROM block_bench";
 
-std::string env(const char* name, const char* fallback) {
-    const char* v = std::getenv(name);
-    return v && *v ? v : fallback;
-}
-
 struct Dsn {
     std::string name, user, password;
 };
@@ -413,13 +408,8 @@ int main(int argc, char** argv) {
     g_sqlite = {env("ORL_BENCH_SQLITE", "orl_sqlite"), env("ORL_BENCH_USER", "orl"), ""};
     g_pg = {env("ORL_BENCH_PG", "orl_pg"), env("ORL_BENCH_USER", "orl"), env("ORL_BENCH_PASSWORD", "orl_pw")};
     g_pgPlain = {env("ORL_BENCH_PG_PLAIN", "orl_pg_plain"), g_pg.user, g_pg.password};
-    void* library = dlopen(env("ORL_DRIVER_PATH", ORL_DRIVER_PATH).c_str(), RTLD_NOW | RTLD_LOCAL);
-    auto factory = library ? reinterpret_cast<FactoryDriverFn>(dlsym(library, "FactoryDriver")) : nullptr;
-    if (!factory) {
-        std::fprintf(stderr, "cannot load the driver: %s\n", dlerror());
-        return 1;
-    }
-    g_driver = factory("bench");
+    g_driver = loadBenchDriver(ORL_DRIVER_PATH);
+    if (!g_driver) return 1;
     // The repetitions of all ways run shuffled together, so that a slow spell
     // of this shared machine hits each way alike instead of one way's run.
     std::vector<char*> args(argv, argv + argc);

@@ -34,11 +34,6 @@ namespace {
 constexpr int kRows = 100000;
 constexpr int kRuns = 3;
 
-std::string env(const char* name, const char* fallback) {
-    const char* v = std::getenv(name);
-    return v && *v ? v : fallback;
-}
-
 struct Database {
     const char* label;
     std::string dsn;
@@ -105,13 +100,8 @@ double once(const Database& db, const Way& w, std::vector<const RowInternal2*>& 
 } // namespace
 
 int main() {
-    void* library = dlopen(env("ORL_DRIVER_PATH", ORL_DRIVER_PATH).c_str(), RTLD_NOW | RTLD_LOCAL);
-    auto factory = library ? reinterpret_cast<FactoryDriverFn>(dlsym(library, "FactoryDriver")) : nullptr;
-    if (!factory) {
-        std::fprintf(stderr, "cannot load the driver: %s\n", dlerror());
-        return 1;
-    }
-    g_driver = factory("bench");
+    g_driver = loadBenchDriver(ORL_DRIVER_PATH);
+    if (!g_driver) return 1;
     DBError* error = g_driver->createError("bench");
     const Database databases[] = {
         {"sqlite", env("ORL_BENCH_SQLITE", "orl_sqlite"),

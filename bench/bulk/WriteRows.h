@@ -1,14 +1,37 @@
-// The rows the write benchmarks send: integer, double, varchar(20) text,
-// timestamp and numeric(12,2), packed as the server packs them.
+// What the bulk benchmarks share: their settings from the environment, the
+// driver loaded as the server loads it, and the rows the write benchmarks
+// send (integer, double, varchar(20) text, timestamp and numeric(12,2),
+// packed as the server packs them).
 #pragma once
+#include <dlfcn.h>
+
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 #include <vector>
 
 #include "datatypes/DataTypes.h"
+#include "host/Driver.h"
 #include "host/PreparedStatement.h"
+
+inline std::string env(const char* name, const char* fallback) {
+    const char* v = std::getenv(name);
+    return v && *v ? v : fallback;
+}
+
+// The driver from the library's FactoryDriver, or null with the reason told.
+inline KORVEL::Orl::DB::Driver* loadBenchDriver(const char* defaultPath) {
+    void* library = dlopen(env("ORL_DRIVER_PATH", defaultPath).c_str(), RTLD_NOW | RTLD_LOCAL);
+    auto factory =
+        library ? reinterpret_cast<KORVEL::Orl::DB::FactoryDriverFn>(dlsym(library, "FactoryDriver")) : nullptr;
+    if (!factory) {
+        std::fprintf(stderr, "cannot load the driver: %s\n", dlerror());
+        return nullptr;
+    }
+    return factory("bench");
+}
 
 inline std::vector<KORVEL::Orl::DB::RowInternal2*> packedWriteRows(int count) {
     using namespace DataTypes;
