@@ -338,6 +338,7 @@ bool CopyRun::planReading() {
         in.toTable = &s_.toTable;
         in.createAs = writeTable_;
         in.source = src_.from;
+        in.query = o_.query;
         in.shape = &shape;
         in.create = target_.create;
         in.allowLossy = o_.allowLossy;
@@ -510,6 +511,7 @@ bool CopyRun::openJobs() {
         p.insertSql = jobs_.insertSql;
         p.range = jobs > 1 ? " of job " + std::to_string(i + 1) + " (" + condition + ")" : "";
         p.shape = &read_.planned;
+        p.marked = &read_.plan.marked;
         p.batch = o_.batch < 1 ? 1 : o_.batch;
         p.commitEvery = o_.commitEvery;
         if (work_.chunkColumn >= 0) p.nextChunk = takeChunk;
