@@ -485,6 +485,11 @@ ValueCheck targetCheck(const Dialect& source, const std::string& q, const Column
         return {q + " NOT BETWEEN " + low + " AND " + high,
                 "integers beyond the target's " + num(bits) + " bits (written as NULL)", true};
     }
+    // SQLite keeps texts of any length whatever the declared one.
+    if (source.kind == DbKind::SQLite && isText(src.kind) && isText(dst.kind) && dst.size != 0 &&
+        target != DbKind::SQLite)
+        return {"length(" + q + ") > " + num(dst.size),
+                "texts longer than the target's " + num(dst.size) + " characters (written as NULL)", true};
     if (pg && src.kind == Kind::Decimal && src.size == 0 && dst.kind == Kind::Decimal && dst.size != 0) {
         std::string cond = "(" + q + " = 'NaN' OR scale(" + q + ") > " + num(dst.scale) + " OR abs(" + q +
                            ") >= 1e" + num(dst.size - dst.scale) + ")";
