@@ -418,6 +418,26 @@ TEST(Plan, ReadItemsAndValueChecksQuoteTheName) {
     EXPECT_FALSE(v.refused);
     v = valueCheck(lite, "f", liteDouble, MA, parseDeclared(MA, "double"));
     EXPECT_EQ("(\"f\" IN (9e999, -9e999)) OR " + digits, v.condition);
+    // SQLite keeps texts past their declared length: those a bounded target can't hold are counted.
+    struct TextCase {
+        const char* declared;
+        DbKind to;
+        const char* target;
+        const char* condition;
+    } texts[] = {
+        {"VARCHAR(10)", PG, "character varying(10)", "length(\"v\") > 10"},
+        {"CHAR(8)", MA, "char(8)", "length(\"v\") > 8"},
+        {"TEXT", MA, "varchar(300)", "length(\"v\") > 300"},
+        {"VARCHAR(10)", PG, "text", ""},
+        {"VARCHAR(10)", SL, "VARCHAR(10)", ""},  // SQLite holds them too
+    };
+    for (const TextCase& c : texts) {
+        const ValueCheck t = valueCheck(lite, "v", parseDeclared(SL, c.declared), c.to, parseDeclared(c.to, c.target));
+        EXPECT_EQ(c.condition, t.condition) << c.declared << " -> " << c.target;
+        EXPECT_EQ(*c.condition != '\0', t.refused) << c.declared << " -> " << c.target;
+    }
+    EXPECT_EQ("", valueCheck(pg, "v", parseDeclared(PG, "character varying(10)"), MA, parseDeclared(MA, "varchar(10)"))
+                      .condition);
     EXPECT_EQ(Read::Digits, planColumn(SL, liteDouble, FLOAT, PG, dbl).read);
     EXPECT_EQ(Read::AsIs, planColumn(PG, dbl, FLOAT, SL, liteDouble).read);
     EXPECT_TRUE(v.refused);
