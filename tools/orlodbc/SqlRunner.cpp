@@ -168,8 +168,12 @@ bool runQuery(Connection& c, const std::string& sql, OutputFormat format, std::o
         rs = nullptr;
         std::vector<std::string> again;
         if (c.executeQuery(wrapped, none, 0, rs) != 1 || rs == nullptr || !columnsOf(*rs, again, reported) ||
-            static_cast<int>(reported.size()) != n)
+            static_cast<int>(reported.size()) != n) {
+            err << "orlodbc: the driver reads integers of this query narrower than they may be; reading them "
+                   "whole, as the query's text inside the tool's own (WITH orl_query(c1, ...) AS (...)), failed"
+                << std::endl;
             return false;
+        }
     }
     std::vector<ColumnPlan> plans;
     std::vector<unsigned int> types;
