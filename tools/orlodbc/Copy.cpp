@@ -362,6 +362,14 @@ bool CopyRun::planReading() {
             return failOnProbe();
         }
     }
+    // A mark is taken off a text: a column read with one must come as a text.
+    for (size_t j : read_.plan.marked) {
+        if ((read_.planned.types[j] & kTypeMask) != STRING) {
+            err_ << "orlodbc: source: column " << shownName(shape.names[j]) << " read with a mark comes as "
+                 << typeToString(read_.planned.types[j]) << ", not as a text; nothing was written" << std::endl;
+            return end(1);
+        }
+    }
     return true;
 }
 
