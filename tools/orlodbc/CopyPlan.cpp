@@ -170,11 +170,13 @@ int planCopy(DriverHost& host, const DataService& fromService, const DataService
     plan.items.clear();
     for (size_t j = 0; j < n; ++j) {
         const ColumnPlan p = planColumn(in.from->kind, src[j].type, shape.types[j], in.to->kind, dst[j]);
+        // A database the tool has no marked read for reads its texts as the driver does.
         std::string item = p.marked ? markedItem(*in.from, src[j].name, p.read, src[j].type, from) : std::string();
-        if (item.empty()) item = readItem(*in.from, src[j].name, p.read, from);
-        else plan.marked.push_back(j);
+        const bool marked = !item.empty();
+        if (marked) plan.marked.push_back(j);
+        else item = readItem(*in.from, src[j].name, p.read, from);
         plan.items.push_back(item);
-        plan.recast = plan.recast || p.read != Read::AsIs || p.marked;
+        plan.recast = plan.recast || p.read != Read::AsIs || marked;
         std::string loss = dst[j].kind == Kind::Other ? std::string() : p.loss;
         const ValueCheck check = valueCheck(*in.from, src[j].name, src[j].type, in.to->kind, dst[j], from);
         if (loss.empty() && !check.condition.empty()) {
