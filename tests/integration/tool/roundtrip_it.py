@@ -424,6 +424,24 @@ class RoundTrip(unittest.TestCase):
                 self.assertEqual(0, p.returncode, p.stderr)
                 self.assertEqual([["a" * 128], ["short"]], client(dst, "SELECT v FROM orl_rt_short ORDER BY id"))
 
+    def test_unsigned_integers_copy_whole(self):
+        # MariaDB's driver describes a BIGINT UNSIGNED as a signed 64-bit integer.
+        values = [[1, 18446744073709551615, 4294967295], [2, 9223372036854775808, 2147483648], [3, None, None]]
+        for dst in ["pg", "sqlite"]:
+            with self.subTest(dst=dst):
+                require(self, "maria", dst)
+                client("maria", "DROP TABLE IF EXISTS orl_rt_unsigned")
+                client("maria", "CREATE TABLE orl_rt_unsigned (id int PRIMARY KEY, ub bigint unsigned, "
+                                "ui int unsigned)")
+                client("maria", "INSERT INTO orl_rt_unsigned VALUES (1, 18446744073709551615, 4294967295), "
+                                "(2, 9223372036854775808, 2147483648), (3, NULL, NULL)")
+                p = orlodbc(["copy"] + conn_args("maria", "from") + conn_args(dst, "to") +
+                            ["--table", "orl_rt_unsigned", "--to-table", "orl_rt_unsigned_dst", "--create",
+                             "--drop-existing", "--verify"])
+                self.assertEqual(0, p.returncode, p.stderr)
+                got = client(dst, "SELECT id, ub, ui FROM orl_rt_unsigned_dst ORDER BY id")
+                self.assertEqual(values, [[None if v is None else int(v) for v in r] for r in got])
+
     def test_query_values_a_target_cant_hold_stop_before_it_writes(self):
         # A query's values judged as a table's: against the target's own columns.
         cases = [
