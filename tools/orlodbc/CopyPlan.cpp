@@ -175,6 +175,11 @@ int planCopy(DriverHost& host, const DataService& fromService, const DataService
         const bool marked = !item.empty();
         if (marked) plan.marked.push_back(j);
         else item = readItem(*in.from, src[j].name, p.read, from);
+        if (p.marked && !marked)
+            err << "orlodbc: source: column " << shownName(src[j].name)
+                << ": a text of exactly 128 bytes would stop the copy at its row (the bulk read refuses that "
+                   "length, and the tool knows no SQL of this database that reads it another way)"
+                << std::endl;
         plan.items.push_back(item);
         plan.recast = plan.recast || p.read != Read::AsIs || marked;
         std::string loss = dst[j].kind == Kind::Other ? std::string() : p.loss;
