@@ -108,10 +108,11 @@ int decimalTextLength(int precision, int scale);
 
 // The SELECT item of a column read as text with a mark: the text, then "1",
 // or "22" where the text is 127 bytes, so that none is exactly 128 bytes
-// long. `size` is the length in characters of a char or varchar read as it
-// is (0 otherwise), kept in the item's type so that the driver still reads
-// it in blocks. The text is the one `read` gives; empty when the tool knows
-// no such SQL for the database (the read stays as it was).
+// long. The text is the one `read` gives of a column of `type`, whose
+// length a char or varchar read as it is keeps in the item's type (on
+// PostgreSQL, whose driver reads a text row by row and a varchar in blocks).
+// Empty when the tool knows no such SQL for the database (the read stays as
+// it was).
 std::string markedItem(const Dialect& source, const std::string& name, Read read, const ColumnType& type,
                        const std::string& from = "");
 
