@@ -338,6 +338,7 @@ bool CopyRun::planReading() {
         in.toTable = &s_.toTable;
         in.createAs = writeTable_;
         in.source = src_.from;
+        in.query = o_.query;
         in.shape = &shape;
         in.create = target_.create;
         in.allowLossy = o_.allowLossy;
@@ -359,6 +360,14 @@ bool CopyRun::planReading() {
         if (st.get() == nullptr || !shapeOf(*probe_, st.get(), read_.planned)) {
             if (st.get() == nullptr) probe_->failRecord();
             return failOnProbe();
+        }
+    }
+    // A mark is taken off a text: a column read with one must come as a text.
+    for (size_t j : read_.plan.marked) {
+        if ((read_.planned.types[j] & kTypeMask) != STRING) {
+            err_ << "orlodbc: source: column " << shownName(shape.names[j]) << " read with a mark comes as "
+                 << typeToString(read_.planned.types[j]) << ", not as a text; nothing was written" << std::endl;
+            return end(1);
         }
     }
     return true;
@@ -510,6 +519,7 @@ bool CopyRun::openJobs() {
         p.insertSql = jobs_.insertSql;
         p.range = jobs > 1 ? " of job " + std::to_string(i + 1) + " (" + condition + ")" : "";
         p.shape = &read_.planned;
+        p.marked = &read_.plan.marked;
         p.batch = o_.batch < 1 ? 1 : o_.batch;
         p.commitEvery = o_.commitEvery;
         if (work_.chunkColumn >= 0) p.nextChunk = takeChunk;

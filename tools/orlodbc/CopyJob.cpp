@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "tools/orlodbc/Interrupt.h"
+#include "tools/orlodbc/Plan.h"
 
 using namespace KORVEL::Orl;
 using namespace KORVEL::Orl::DB;
@@ -38,6 +39,7 @@ public:
 
 private:
     static constexpr size_t kDepth = 2;
+    static constexpr size_t kOffsetTable = 48;  // where a packed row's offset table starts
 
     // What the reader hands over, in order.
     struct Block {
@@ -139,6 +141,11 @@ private:
             RowPtr row(sel->nextRow(src_.error()));
             if (!row) return src_.fail("row " + std::to_string(read_ + 1) + range + ": " + recordText(src_.error()));
             ++read_;
+            if (!unmarkRow(row.get())) {
+                return src_.fail("row " + std::to_string(read_) + range + ": column " +
+                                 shownName(plan_.shape->names[badColumn_]) +
+                                 " came without the mark the copy's query adds to its texts");
+            }
             block.rows.push_back(std::move(row));
             if (block.rows.size() >= cutAt(commitEvery)) {
                 handed_ += block.rows.size();
@@ -159,6 +166,23 @@ private:
         if (!block.rows.empty()) {
             handed_ += block.rows.size();
             hand(std::move(block));
+        }
+        return true;
+    }
+
+    // Takes the marks off the texts read with one, in place: the text ends
+    // where its NUL is put, which is how the write takes its length. False,
+    // with the column in badColumn_, for a text without its mark.
+    bool unmarkRow(RowInternal2* row) {
+        if (plan_.marked == nullptr) return true;
+        char* base = reinterpret_cast<char*>(row);
+        for (size_t j : *plan_.marked) {
+            int32_t offset;
+            std::memcpy(&offset, base + kOffsetTable + 4 * j, sizeof offset);
+            if (offset > 0 && !unmark(base + offset)) {
+                badColumn_ = j;
+                return false;
+            }
         }
         return true;
     }
@@ -264,6 +288,7 @@ private:
     // The reader's counts: rows read, and of them handed over in blocks.
     uint64_t read_ = 0;
     uint64_t handed_ = 0;
+    size_t badColumn_ = 0;
     std::mutex mutex_;
     std::condition_variable moved_;  // a block handed over or taken, or the writer gone
     std::deque<Block> queue_;

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "tools/orlodbc/Links.h"
 #include "tools/orlodbc/Progress.h"
@@ -25,6 +26,9 @@ struct JobPlan {
     std::string insertSql;
     std::string range;  // how the failure message names the job's part
     const Shape* shape = nullptr;
+    // Columns read as texts with a mark (Plan.h, markedItem): each value's
+    // mark is taken off between the read and the write.
+    const std::vector<size_t>* marked = nullptr;
     int batch = 1;
     long commitEvery = 0;
     // Reading in chunks: each call gives the next chunk's SELECT and how a

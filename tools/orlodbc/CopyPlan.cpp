@@ -3,11 +3,16 @@
 #include <memory>
 #include <ostream>
 
+#include <sql.h>
+#include <sqlext.h>
+
+#include "datatypes/DataTypes.h"
 #include "datatypes/TypeEnum.h"
 #include "host/Parameter.h"
 #include "host/ResultSet.h"
 #include "host/Row.h"
 #include "tools/orlodbc/CreateTable.h"
+#include "tools/orlodbc/QueryColumns.h"
 
 using namespace KORVEL::Orl;
 using namespace KORVEL::Orl::DB;
@@ -24,6 +29,27 @@ bool readTexts(Connection& c, const std::string& sql, const std::vector<std::str
         for (const char* cell : cells) row.push_back(cell ? cell : "");
         rows.push_back(row);
     });
+}
+
+// How a message names a query column's type: as the source's driver calls
+// it, with the width and sign the plan took from its description.
+std::string describedName(const QueryColumn& about, unsigned int word, const ColumnType& t) {
+    if (about.typeName.empty()) return DataTypes::typeToString(word);
+    const std::string n = std::to_string(t.size);
+    switch (t.kind) {
+    case Kind::Decimal:
+        if (t.size == 0) return about.typeName;
+        if (about.sqlType == SQL_BIGINT) return about.typeName + " unsigned";
+        return about.typeName + "(" + n + "," + std::to_string(t.scale) + ")";
+    case Kind::Int64:
+    case Kind::Int32:
+    case Kind::Int16: return about.typeName + (about.unsignedInt ? " unsigned" : "");
+    case Kind::Char:
+    case Kind::Varchar:
+    case Kind::Binary:
+    case Kind::Varbinary: return about.typeName + "(" + n + ")";
+    default: return about.typeName;
+    }
 }
 
 } // namespace
@@ -93,17 +119,29 @@ int planCopy(DriverHost& host, const DataService& fromService, const DataService
         for (size_t j = 0; described && j < n; ++j) described = src[j].name == shape.names[j];
     }
     if (!described) {
+        // A query is known by what the source's ODBC driver describes of its columns.
+        std::vector<QueryColumn> about;
+        if (in.fromTable == nullptr) {
+            ClassicLink link(host);
+            if (link.open(fromService, why)) {
+                about = describeQueryColumns(link.get()->getHandle(), in.query);
+                link.get()->rollback();
+            }
+        }
+        if (about.size() != n) about.assign(n, QueryColumn());
         src.assign(n, SourceColumn());
         for (size_t j = 0; j < n; ++j) {
             src[j].name = shape.names[j];
-            src[j].type = fromTypeWord(shape.types[j]);
+            src[j].type = fromDescription(in.from->kind, shape.types[j], about[j]);
+            src[j].type.declared = describedName(about[j], shape.types[j], src[j].type);
         }
     }
+    const std::string from = in.fromTable ? std::string() : "orl_source";
 
     // The target's columns: the ones the copy makes, or the catalog's.
     std::vector<ColumnType> dst(n);
     std::vector<std::string> typeNames(n);
-    const bool own = in.create && described && in.to->kind != DbKind::Other;
+    const bool own = in.create && (described || in.fromTable == nullptr) && in.to->kind != DbKind::Other;
     if (own) {
         for (size_t j = 0; j < n; ++j) {
             const TargetType t = targetType(in.to->kind, src[j].type);
@@ -132,10 +170,20 @@ int planCopy(DriverHost& host, const DataService& fromService, const DataService
     plan.items.clear();
     for (size_t j = 0; j < n; ++j) {
         const ColumnPlan p = planColumn(in.from->kind, src[j].type, shape.types[j], in.to->kind, dst[j]);
-        plan.items.push_back(readItem(*in.from, src[j].name, p.read, in.fromTable ? std::string() : "orl_source"));
-        plan.recast = plan.recast || p.read != Read::AsIs;
+        // A database the tool has no marked read for reads its texts as the driver does.
+        std::string item = p.marked ? markedItem(*in.from, src[j].name, p.read, src[j].type, from) : std::string();
+        const bool marked = !item.empty();
+        if (marked) plan.marked.push_back(j);
+        else item = readItem(*in.from, src[j].name, p.read, from);
+        if (p.marked && !marked)
+            err << "orlodbc: source: column " << shownName(src[j].name)
+                << ": a text of exactly 128 bytes would stop the copy at its row (the bulk read refuses that "
+                   "length, and the tool knows no SQL of this database that reads it another way)"
+                << std::endl;
+        plan.items.push_back(item);
+        plan.recast = plan.recast || p.read != Read::AsIs || marked;
         std::string loss = dst[j].kind == Kind::Other ? std::string() : p.loss;
-        const ValueCheck check = valueCheck(*in.from, src[j].name, src[j].type, in.to->kind, dst[j]);
+        const ValueCheck check = valueCheck(*in.from, src[j].name, src[j].type, in.to->kind, dst[j], from);
         if (loss.empty() && !check.condition.empty()) {
             std::vector<int64_t> v(1);
             std::vector<bool> nulls(1);

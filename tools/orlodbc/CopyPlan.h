@@ -25,6 +25,7 @@ struct CopyPlanInput {
     const TableName* toTable = nullptr;
     const TableName* createAs = nullptr;  // the name the CREATE TABLE makes, when not toTable
     std::string source;  // the FROM item of the source's rows
+    std::string query;   // a --query source's text, described through a classic connection
     const Shape* shape = nullptr;  // as the driver reads SELECT *
     bool create = false;
     bool allowLossy = false;
@@ -33,6 +34,7 @@ struct CopyPlanInput {
 struct CopyPlan {
     std::vector<std::string> items;  // SELECT items, one a column
     bool recast = false;             // an item reads its column another way
+    std::vector<size_t> marked;      // the columns read as texts with a mark (markedItem), to unmark
     std::string createSql;           // with create: the target table's CREATE TABLE
     std::vector<SourceColumn> columns;  // the source's, as its catalog (or the driver) has them
     std::vector<ColumnType> targetTypes;  // Kind::Other where the target's catalog wasn't read

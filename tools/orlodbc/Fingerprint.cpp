@@ -198,6 +198,8 @@ std::string canonicalSql(DbKind db, Canon c, const std::string& q, const ColumnT
         const bool pad = c == Canon::PaddedText;
         if (pg) e = pad ? "rtrim(CAST(" + q + " AS text), ' ')" : "CAST(" + q + " AS text)";
         else if (maria) e = pad ? "RTRIM(" + q + ")" : c == Canon::AsText ? "CAST(" + q + " AS CHAR)" : q;
+        // A value of any type is the text the copy read of it (a double's to the digits that read back).
+        else if (t.anyType) e = "hex(" + sqliteValueText(q) + ")";
         else e = pad ? "hex(rtrim(" + q + ", ' '))" : "hex(" + q + ")";
         break;
     }

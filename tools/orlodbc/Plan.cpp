@@ -1,6 +1,10 @@
 #include "tools/orlodbc/Plan.h"
 
 #include <cstdlib>
+#include <cstring>
+
+#include <sql.h>
+#include <sqlext.h>
 
 #include "datatypes/TypeEnum.h"
 
@@ -154,6 +158,71 @@ ColumnType fromTypeWord(unsigned int word) {
     }
 }
 
+ColumnType fromDescription(DbKind db, unsigned int word, const QueryColumn& d) {
+    const bool lite = db == DbKind::SQLite, pg = db == DbKind::PostgreSQL;
+    const int size = d.size > 0 && d.size <= 0x7fffffff ? static_cast<int>(d.size) : 0;
+    ColumnType t = fromTypeWord(word);
+    switch (typeOf(word)) {
+    case INT16:
+    case INTEGER:
+        if (lite) return make(Kind::Int64);
+        switch (d.sqlType) {
+        case SQL_TINYINT: return make(d.unsignedInt ? Kind::Int16 : Kind::Int8);
+        case SQL_SMALLINT: return make(d.unsignedInt ? Kind::Int32 : Kind::Int16);
+        case SQL_INTEGER: return make(d.unsignedInt ? Kind::Int64 : Kind::Int32);
+        default: return t;
+        }
+    case LONG:
+        if (d.sqlType == SQL_BIGINT && d.unsignedInt && !lite) return make(Kind::Decimal, 20, 0);
+        return t;
+    case FIXEDDECIMAL:
+        if (d.sqlType != SQL_NUMERIC && d.sqlType != SQL_DECIMAL) return t;
+        if (pg && d.size == 28 && d.digits == 6) return make(Kind::Decimal);
+        return size > 0 ? make(Kind::Decimal, size, d.digits) : t;
+    case FLOAT:
+        return make(d.sqlType == SQL_REAL && !lite ? Kind::Float32 : Kind::Float64);
+    case STRING: {
+        const std::string name = lower(d.typeName);
+        if (pg && (name == "bool" || name == "boolean")) return make(Kind::Boolean);
+        // SQLite keeps texts of any length whatever their declared size, and
+        // PostgreSQL's driver describes a varchar without a size as 255 long.
+        if (lite) {
+            t = make(Kind::Text);
+            t.anyType = true;
+            return t;
+        }
+        if (size == 0) return make(Kind::Text);
+        if (d.sqlType == SQL_CHAR || d.sqlType == SQL_WCHAR) return make(Kind::Char, size);
+        if ((d.sqlType == SQL_VARCHAR || d.sqlType == SQL_WVARCHAR) && !(pg && size == 255))
+            return make(Kind::Varchar, size);
+        if (pg && (d.sqlType == SQL_LONGVARCHAR || d.sqlType == SQL_WLONGVARCHAR) &&
+            (name == "varchar" || name == "character varying"))
+            return make(Kind::Varchar, size);
+        return make(Kind::Text);
+    }
+    case BINARY:
+        if (lite || size == 0) return make(Kind::Blob);
+        if (d.sqlType == SQL_BINARY) return make(Kind::Binary, size);
+        if (d.sqlType == SQL_VARBINARY) return make(Kind::Varbinary, size);
+        return make(Kind::Blob);
+    case DATE:
+    case TIMESTAMP:
+    case BIGDATETIME:
+    case TIME:
+        switch (d.sqlType) {
+        case SQL_TYPE_DATE:
+        case SQL_DATE: return make(Kind::Date);
+        // SQLite's times and timestamps are texts that keep any fraction.
+        case SQL_TYPE_TIME:
+        case SQL_TIME: return make(Kind::Time, lite ? 6 : d.digits);
+        case SQL_TYPE_TIMESTAMP:
+        case SQL_TIMESTAMP: return make(Kind::Timestamp, lite ? 6 : d.digits);
+        default: return t;
+        }
+    default: return t;
+    }
+}
+
 TargetType targetType(DbKind target, const ColumnType& t) {
     const bool pg = target == DbKind::PostgreSQL, maria = target == DbKind::MariaDB;
     const std::string n = num(t.size);
@@ -215,13 +284,16 @@ ColumnPlan planColumn(DbKind source, const ColumnType& src, unsigned int word, D
     if (isInteger(src.kind) && code == INTEGER && integerBits(src.kind) > 32) {
         p.read = Read::Text;
         p.why = "the source's driver describes it as a 32-bit integer";
+    } else if (src.kind == Kind::Decimal && code == LONG) {
+        p.read = Read::Text;
+        p.why = "the driver reads 64-bit integers with a sign";
     } else if (src.kind == Kind::Decimal && source != DbKind::SQLite && code == FIXEDDECIMAL &&
                (src.size == 0 || static_cast<int>(precisionOf(word)) != src.size ||
-                static_cast<int>(scaleOf(word)) != src.scale || src.size + 2 >= 32)) {
+                static_cast<int>(scaleOf(word)) != src.scale || decimalTextLength(src.size, src.scale) >= 32)) {
         // Read by the driver's described precision and scale, and as a text of at most 31 characters.
         p.read = Read::Text;
         p.why = src.size == 0 ? "the source's driver describes an unbounded decimal with 6 decimals"
-                              : "the driver reads decimals of more than 29 digits only as text";
+                              : "the driver reads decimals of 32 characters or more only as text";
     } else if (src.kind == Kind::Time && src.size > 0 && code == TIME) {
         p.read = Read::Text;
         p.why = "the driver reads times in whole seconds";
@@ -234,6 +306,23 @@ ColumnPlan planColumn(DbKind source, const ColumnType& src, unsigned int word, D
     } else if (source == DbKind::SQLite && isFloat(src.kind) && code == FLOAT) {
         p.read = Read::Digits;
         p.why = "SQLite's driver reads doubles as text of 15 significant digits";
+    } else if (source == DbKind::SQLite && src.anyType && code == STRING) {
+        p.read = Read::Value;
+        p.why = "SQLite's driver reads a double in a column it describes as text as 15 significant digits";
+    }
+
+    // A text the bulk read gets may be exactly 128 bytes (32 characters of 4
+    // bytes do), and SQLite keeps texts of any length whatever the declared one.
+    const bool asText = p.read == Read::Text || p.read == Read::Value || (p.read == Read::AsIs && code == STRING);
+    if (asText) {
+        switch (src.kind) {
+        case Kind::Char:
+        case Kind::Varchar: p.marked = source == DbKind::SQLite || src.size == 0 || src.size >= 32; break;
+        case Kind::Text:
+        case Kind::Other: p.marked = true; break;
+        case Kind::Decimal: p.marked = src.size == 0 || decimalTextLength(src.size, src.scale) >= 128; break;
+        default: break;  // numbers and times: short texts
+        }
     }
 
     // Whether every value of the source column has a place in the target's.
@@ -271,9 +360,22 @@ ColumnPlan planColumn(DbKind source, const ColumnType& src, unsigned int word, D
     return p;
 }
 
+std::string sqliteValueText(const std::string& q) {
+    std::string digits;
+    for (const char* n : {"15", "16", "17"}) {
+        const std::string text = "printf('%!." + std::string(n) + "g', " + q + ")";
+        digits += " WHEN CAST(" + text + " AS REAL) = " + q + " THEN " + text;
+    }
+    return "CASE WHEN typeof(" + q + ") <> 'real' THEN " + q + digits + " ELSE printf('%!.20g', " + q + ") END";
+}
+
 std::string readItem(const Dialect& source, const std::string& name, Read read, const std::string& from) {
     const std::string q = from.empty() ? quoteName(source, name) : from + "." + quoteName(source, name);
     if (read == Read::AsIs) return q;
+    if (read == Read::Value) {
+        if (source.kind != DbKind::SQLite) return q;
+        return sqliteValueText(q) + " AS " + quoteName(source, name);
+    }
     // SQLite prints with a long double: 17 digits read back right for most
     // doubles, 20 for some of large exponent, where the 17th digit is off.
     // Its printf of a NULL is a text, not a NULL.
@@ -286,6 +388,59 @@ std::string readItem(const Dialect& source, const std::string& name, Read read, 
     return "CAST(" + q + " AS " + text + ") AS " + quoteName(source, name);
 }
 
+int decimalTextLength(int precision, int scale) {
+    const int whole = precision - scale > 0 ? precision - scale : 1;
+    return 1 + whole + (scale > 0 ? 1 + scale : 0);
+}
+
+std::string markedItem(const Dialect& source, const std::string& name, Read read, const ColumnType& type,
+                       const std::string& from) {
+    const std::string q = from.empty() ? quoteName(source, name) : from + "." + quoteName(source, name);
+    const std::string as = " AS " + quoteName(source, name);
+    const bool asIs = read == Read::AsIs;
+    switch (source.kind) {
+    case DbKind::PostgreSQL: {
+        // concat keeps a char's padding, which a cast to text drops, and
+        // makes no NULL of a NULL. The driver reads a text, and a varchar
+        // above 255 characters, row by row, as a long text; a varchar
+        // without a length it describes as 255 long, and reads in blocks
+        // (a longer value is read again on its own).
+        const bool text = type.kind == Kind::Char || type.kind == Kind::Varchar || type.kind == Kind::Text;
+        const bool bounded = asIs && (type.kind == Kind::Char || type.kind == Kind::Varchar) && type.size > 0;
+        const std::string e = asIs && text ? q : "CAST(" + q + " AS TEXT)";
+        return "CAST(CASE WHEN " + e + " IS NULL THEN NULL WHEN octet_length(" + e + ") = 127 THEN concat(" + e +
+               ", '22') ELSE concat(" + e + ", '1') END AS varchar" +
+               (bounded ? "(" + std::to_string(type.size + 2) + ")" : std::string()) + ")" + as;
+    }
+    case DbKind::MariaDB: {
+        // Counted in the bytes the driver hands over, whatever the column's character set.
+        const std::string e = asIs ? q : "CAST(" + q + " AS CHAR)";
+        return "CASE WHEN octet_length(CONVERT(" + e + " USING utf8mb4)) = 127 THEN concat(" + e +
+               ", '22') ELSE concat(" + e + ", '1') END" + as;
+    }
+    case DbKind::SQLite: {
+        const std::string e = asIs ? q : read == Read::Value ? "(" + sqliteValueText(q) + ")" : "CAST(" + q + " AS TEXT)";
+        return "CASE WHEN length(CAST(" + e + " AS BLOB)) = 127 THEN " + e + " || '22' ELSE " + e + " || '1' END" +
+               as;
+    }
+    case DbKind::Other: break;
+    }
+    return "";
+}
+
+bool unmark(char* text) {
+    const size_t n = std::strlen(text);
+    if (n >= 1 && text[n - 1] == '1') {
+        text[n - 1] = '\0';
+        return true;
+    }
+    if (n >= 2 && text[n - 1] == '2' && text[n - 2] == '2') {
+        text[n - 2] = '\0';
+        return true;
+    }
+    return false;
+}
+
 namespace {
 
 ValueCheck targetCheck(const Dialect& source, const std::string& q, const ColumnType& src, DbKind target,
@@ -294,8 +449,8 @@ ValueCheck targetCheck(const Dialect& source, const std::string& q, const Column
 } // namespace
 
 ValueCheck valueCheck(const Dialect& source, const std::string& name, const ColumnType& src, DbKind target,
-                      const ColumnType& dst) {
-    const std::string q = quoteName(source, name);
+                      const ColumnType& dst, const std::string& from) {
+    const std::string q = from.empty() ? quoteName(source, name) : from + "." + quoteName(source, name);
     ValueCheck c = targetCheck(source, q, src, target, dst);
     if (source.kind != DbKind::SQLite || !isFloat(src.kind)) return c;
     // Doubles are read as SQLite's text of them to 17 or 20 digits (its
@@ -330,6 +485,11 @@ ValueCheck targetCheck(const Dialect& source, const std::string& q, const Column
         return {q + " NOT BETWEEN " + low + " AND " + high,
                 "integers beyond the target's " + num(bits) + " bits (written as NULL)", true};
     }
+    // SQLite keeps texts of any length whatever the declared one.
+    if (source.kind == DbKind::SQLite && isText(src.kind) && isText(dst.kind) && dst.size != 0 &&
+        target != DbKind::SQLite)
+        return {"length(" + q + ") > " + num(dst.size),
+                "texts longer than the target's " + num(dst.size) + " characters (written as NULL)", true};
     if (pg && src.kind == Kind::Decimal && src.size == 0 && dst.kind == Kind::Decimal && dst.size != 0) {
         std::string cond = "(" + q + " = 'NaN' OR scale(" + q + ") > " + num(dst.scale) + " OR abs(" + q +
                            ") >= 1e" + num(dst.size - dst.scale) + ")";

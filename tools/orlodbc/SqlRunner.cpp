@@ -11,6 +11,7 @@
 
 #include "datatypes/DataTypes.h"
 #include "host/ResultSet.h"
+#include "host/Driver.h"
 #include "host/Row.h"
 #include "tools/orlodbc/Interrupt.h"
 #include "tools/orlodbc/ValueText.h"
@@ -72,6 +73,14 @@ std::string valueText(const ColumnPlan& plan, const DataTypes::DataValue& value,
     bare = false;
     switch (plan.kind) {
     case ValueKind::Integer: bare = true; return coreText(plan.readType, value);
+    case ValueKind::IntegerText: {
+        // Bare when it is the integer it should be; SQLite may keep anything in any column.
+        const std::string text = value.stringValue ? value.stringValue : "";
+        size_t k = text.size() > 1 && text[0] == '-' ? 1 : 0;
+        bare = k < text.size();
+        for (; k < text.size(); ++k) bare = bare && std::isdigit(static_cast<unsigned char>(text[k]));
+        return text;
+    }
     case ValueKind::Float: bare = std::isfinite(value.doubleValue); return doubleText(value.doubleValue);
     case ValueKind::Real: bare = std::isfinite(value.doubleValue); return realText(value.doubleValue);
     case ValueKind::Boolean: bare = true; return value.boolValue ? "true" : "false";
@@ -120,29 +129,56 @@ void printRow(const std::vector<std::string>& names, const std::vector<ColumnPla
     out << (format == OutputFormat::Csv ? "\r\n" : "\n");
 }
 
+// The names and type words of a result's columns.
+bool columnsOf(ResultSet& rs, std::vector<std::string>& names, std::vector<unsigned int>& reported) {
+    int n = 0;
+    if (rs.getNumColumns(n) != 1) return false;
+    names.clear();
+    reported.clear();
+    for (int i = 0; i < n; ++i) {
+        std::string name;
+        unsigned int type = 0;
+        if (rs.getColumnInfo(i, name, type) != 1) return false;
+        names.push_back(name);
+        reported.push_back(type);
+    }
+    return true;
+}
+
 bool runQuery(Connection& c, const std::string& sql, OutputFormat format, std::ostream& out, std::ostream& err) {
     std::vector<Parameter> none;
     ResultSet* rs = nullptr;
     if (c.executeQuery(sql, none, 0, rs) != 1 || rs == nullptr) return false;
-    int n = 0;
-    if (rs->getNumColumns(n) != 1) return false;
     std::vector<std::string> names;
     std::vector<unsigned int> reported;
-    for (int i = 0; i < n; ++i) {
-        std::string name;
-        unsigned int type = 0;
-        if (rs->getColumnInfo(i, name, type) != 1) return false;
-        names.push_back(name);
-        reported.push_back(type);
-    }
+    if (!columnsOf(*rs, names, reported)) return false;
+    const int n = static_cast<int>(names.size());
     // The text ran, so preparing it again describes the same columns; a
     // driver that can't (or a count that differs) leaves the reported words.
     std::vector<QueryColumn> described = describeQueryColumns(c.getHandle(), sql);
     if (described.size() != reported.size()) described.assign(reported.size(), QueryColumn());
+    // The classic read takes an integer in the width the driver describes,
+    // which may be narrower than the values: such columns are read again as
+    // their text, through the query run inside one of our own.
+    const DbKind db = dialectFor(dbmsName(c.getHandle()), "", c.getDriverProperty(Driver::PROPERTY_KEY_DATABASE_TYPE)).kind;
+    std::vector<bool> asText;
+    const std::string wrapped = wholeIntegers(db, sql, reported, described, asText);
+    if (!wrapped.empty()) {
+        // The first result goes unread; the rows come from one run of the text.
+        rs = nullptr;
+        std::vector<std::string> again;
+        if (c.executeQuery(wrapped, none, 0, rs) != 1 || rs == nullptr || !columnsOf(*rs, again, reported) ||
+            static_cast<int>(reported.size()) != n) {
+            err << "orlodbc: the driver reads integers of this query narrower than they may be; reading them "
+                   "whole, as the query's text inside the tool's own (WITH orl_query(c1, ...) AS (...)), failed"
+                << std::endl;
+            return false;
+        }
+    }
     std::vector<ColumnPlan> plans;
     std::vector<unsigned int> types;
     for (int i = 0; i < n; ++i) {
-        plans.push_back(planColumn(reported[i], described[i]));
+        plans.push_back(asText[i] ? ColumnPlan{kString, ValueKind::IntegerText} : planColumn(reported[i], described[i]));
         types.push_back(plans.back().readType);
     }
     printHeader(names, format, out);
@@ -166,6 +202,39 @@ bool runQuery(Connection& c, const std::string& sql, OutputFormat format, std::o
 }
 
 } // namespace
+
+std::string wholeIntegers(DbKind db, const std::string& sql, const std::vector<unsigned int>& reported,
+                          const std::vector<QueryColumn>& described, std::vector<bool>& asText) {
+    asText.assign(reported.size(), false);
+    if (db != DbKind::SQLite && db != DbKind::MariaDB) return "";
+    const std::string word = firstWord(sql);
+    if (word != "SELECT" && word != "WITH" && word != "VALUES") return "";
+    bool any = false;
+    for (size_t i = 0; i < reported.size(); ++i) {
+        const unsigned int low = reported[i] & 0xFF;
+        const bool integer = low == kInt16 || low == kInteger || low == kLong;
+        // SQLite's driver describes a 64-bit integer by its declared name
+        // (INTEGER as 32-bit), an expression by its first value; MariaDB's
+        // an unsigned integer as the signed one of its width.
+        asText[i] = (db == DbKind::SQLite && integer && low != kLong) ||
+                    (db == DbKind::MariaDB && integer && i < described.size() && described[i].unsignedInt);
+        any = any || asText[i];
+    }
+    if (!any) return "";
+    // The user's text as it stands inside a CTE that numbers its columns, so
+    // that no name of theirs is written again; a comment at its end closes
+    // on its own line, a closing semicolon goes.
+    std::string body = sql;
+    while (!body.empty() && (std::isspace(static_cast<unsigned char>(body.back())) || body.back() == ';'))
+        body.pop_back();
+    std::string columns, items;
+    for (size_t i = 0; i < reported.size(); ++i) {
+        const std::string c = "c" + std::to_string(i + 1);
+        columns += (i ? ", " : "") + c;
+        items += (i ? ", " : "") + (asText[i] ? "CAST(" + c + (db == DbKind::SQLite ? " AS TEXT)" : " AS CHAR)") : c);
+    }
+    return "WITH orl_query(" + columns + ") AS (\n" + body + "\n) SELECT " + items + " FROM orl_query";
+}
 
 ColumnPlan planColumn(unsigned int reported, const QueryColumn& described) {
     const unsigned int low = reported & 0xFF;

@@ -6,6 +6,7 @@
 
 #include "datatypes/DataValue.h"
 #include "host/Connection.h"
+#include "tools/orlodbc/Dialect.h"
 #include "tools/orlodbc/QueryColumns.h"
 
 namespace orlodbc {
@@ -24,13 +25,22 @@ bool looksLikeQuery(const std::string& sql);
 enum class OutputFormat { Tsv, Csv, Json };
 
 // What a column's values are printed as.
-enum class ValueKind { Integer, Float, Real, Boolean, BooleanText, Text, Binary, Date, Timestamp, TimeOfDay, Time, Other };
+// IntegerText: an integer read as its text, printed as it stands.
+enum class ValueKind { Integer, IntegerText, Float, Real, Boolean, BooleanText, Text, Binary, Date, Timestamp, TimeOfDay, Time, Other };
 
 // The type word a column is read with, and how its values print.
 struct ColumnPlan {
     unsigned int readType;
     ValueKind kind;
 };
+
+// The text that runs `sql` again with the integer columns that the classic
+// read would cut read as their text instead (`asText`): a SELECT, WITH or
+// VALUES on SQLite, whose driver describes a 64-bit integer by its declared
+// name or its first value, and on MariaDB, whose driver describes an unsigned
+// integer as a signed one. Empty when no column needs it, or it can't be done.
+std::string wholeIntegers(DbKind db, const std::string& sql, const std::vector<unsigned int>& reported,
+                          const std::vector<QueryColumn>& described, std::vector<bool>& asText);
 
 // The plan for a column of the reported type word and what the ODBC driver
 // described (a default QueryColumn when it said nothing).

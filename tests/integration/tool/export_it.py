@@ -293,5 +293,71 @@ class Export(unittest.TestCase):
         self.check("maria")
 
 
+# Integers the classic read would take in a narrower width than they hold:
+# SQLite's driver describes a 64-bit INTEGER or SMALLINT by its declared name
+# and an expression by its first value, MariaDB's an unsigned integer as the
+# signed one of its width. Each query's values against the database's own
+# client; in JSON as numbers.
+WHOLE = {
+    "sqlite": ("id INTEGER, a INTEGER, s SMALLINT",
+               "(1, 1099511627776, 3000000000), (2, -3000000000, -9223372036854775808), (3, NULL, 5)",
+               "SELECT id, a, s, a * 2 AS a2, sum(a) OVER () AS total FROM orl_tool_whole ORDER BY id"),
+    "maria": ("id INTEGER, a BIGINT UNSIGNED, s INT UNSIGNED",
+              "(1, 18446744073709551615, 4294967295), (2, 9223372036854775808, 2147483648), (3, NULL, 5)",
+              "SELECT id, a, s, s * 2 AS a2, a - 1 AS total FROM orl_tool_whole ORDER BY id"),
+    "pg": ("id INTEGER, a BIGINT, s INTEGER",
+           "(1, 9223372036854775807, 2147483647), (2, -9223372036854775808, -2147483648), (3, NULL, 5)",
+           "SELECT id, a, s, s::bigint * 2 AS a2, a / 2 AS total FROM orl_tool_whole ORDER BY id"),
+}
+
+
+class WholeIntegers(unittest.TestCase):
+    def check(self, label):
+        Export.require(self, label)
+        ddl, values, sql = WHOLE[label]
+        orlodbc(label, "DROP TABLE IF EXISTS orl_tool_whole", "CREATE TABLE orl_tool_whole (%s)" % ddl,
+                "INSERT INTO orl_tool_whole VALUES %s" % values)
+        if label == "pg":
+            cmd = ["psql", "-X", "-q", "-A", "-t", "-F", US, "-R", RS, "-P", "null=" + NUL, "-h", "127.0.0.1",
+                   "-p", PG_PORT, "-U", "orl", "-d", "orl_test", "-c", sql]
+            env = dict(os.environ, PGPASSWORD="orl_pw")
+            rows = [r.split(US) for r in run_client(cmd, env).rstrip("\n").split(RS) if r]
+        elif label == "maria":
+            cmd = ["mariadb", "--no-defaults", "-h", "127.0.0.1", "-P", MARIA_PORT, "-u", "orl", "-porl_pw",
+                   "orl_test", "-B", "-N", "-e", sql]
+            rows = [[NUL if v == "NULL" else v for v in line.split("\t")]
+                    for line in run_client(cmd, os.environ).splitlines()]
+        else:
+            cmd = ["sqlite3", "-batch", "-noheader", "-separator", US, "-newline", RS, "-nullvalue", NUL,
+                   os.path.join(RUN_DIR, "sqlite", "orl.db"), sql]
+            rows = [r.split(US) for r in run_client(cmd, os.environ).rstrip("\n").split(RS) if r]
+        truth = [[None if v == NUL else int(v) for v in r] for r in rows]
+        self.assertEqual(3, len(truth))
+        names = ["id", "a", "s", "a2", "total"]
+        for output in ("csv", "tsv", "json"):
+            text = orlodbc(label, sql, output=output)
+            if output == "json":
+                got = [[json.loads(line)[n] for n in names] for line in text.splitlines()]
+                for row in got:
+                    for v in row:
+                        self.assertTrue(v is None or type(v) is int, "%s: %r" % (output, row))
+            else:
+                sep = "," if output == "csv" else "\t"
+                lines = text.replace("\r\n", "\n").rstrip("\n").split("\n")
+                self.assertEqual(sep.join(names), lines[0])
+                null = "" if output == "csv" else "NULL"
+                got = [[None if v == null else int(v) for v in line.split(sep)] for line in lines[1:]]
+            self.assertEqual(truth, got, output)
+
+    def test_sqlite(self):
+        self.check("sqlite")
+
+    def test_maria(self):
+        self.check("maria")
+
+    def test_pg(self):
+        self.check("pg")
+
+
 if __name__ == "__main__":
     unittest.main(verbosity=2)

@@ -89,6 +89,18 @@ TEST(Fingerprint, ColumnsCompareInTheFormBothSidesShare) {
     for (const Case& c : cases) EXPECT_EQ(c.canon, canonFor(c.src, c.dst)) << canonName(c.canon);
 }
 
+// A SQLite query column of any type is checked by the text the copy read of
+// it: a double's in the digits that read back as it, not SQLite's 15.
+TEST(Fingerprint, SqliteValuesOfAnyTypeAsTheCopyReadThem) {
+    ColumnType any = type(Kind::Text);
+    any.anyType = true;
+    const auto orNull = [](const std::string& e) { return "CASE WHEN \"x\" IS NULL THEN NULL ELSE " + e + " END"; };
+    EXPECT_EQ(orNull("hex(" + sqliteValueText("\"x\"") + ")"),
+              canonicalSql(DbKind::SQLite, Canon::Text, "\"x\"", any));
+    EXPECT_EQ(orNull("hex(\"x\")"), canonicalSql(DbKind::SQLite, Canon::Text, "\"x\"", type(Kind::Text)));
+    EXPECT_EQ(orNull("CAST(\"x\" AS text)"), canonicalSql(DbKind::PostgreSQL, Canon::Text, "\"x\"", any));
+}
+
 TEST(Fingerprint, SumsKeepEveryDigit) {
     unsigned __int128 v = 0;
     const std::string big = "1152921504606846975000000";  // a million 60-bit hashes at their largest

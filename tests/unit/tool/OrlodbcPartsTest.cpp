@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <vector>
 
 #include "datatypes/DataTypes.h"
 #include "tools/orlodbc/Checksum.h"
@@ -245,6 +246,52 @@ TEST(QueryOutput, ColumnsPlannedByWhatTheDriverDescribes) {
         EXPECT_EQ(c.readType, plan.readType) << typeToString(c.reported) << " " << c.typeName;
         EXPECT_EQ(static_cast<int>(c.kind), static_cast<int>(plan.kind)) << typeToString(c.reported) << " " << c.typeName;
     }
+}
+
+// The integers the classic read would cut are read again as their text, by
+// the query run inside one of the tool's own that numbers its columns.
+TEST(QueryOutput, IntegersTheClassicReadWouldCutAreReadWhole) {
+    using orlodbc::DbKind;
+    orlodbc::QueryColumn plain, unsignedInt;
+    unsignedInt.unsignedInt = true;
+    struct Case {
+        DbKind db;
+        const char* sql;
+        std::vector<unsigned int> reported;
+        std::vector<orlodbc::QueryColumn> described;
+        const char* wrapped;  // empty: read as it is
+        std::vector<bool> asText;
+    } cases[] = {
+        {DbKind::SQLite, "SELECT a, f, t FROM x", {INTEGER, FLOAT, STRING}, {plain, plain, plain},
+         "WITH orl_query(c1, c2, c3) AS (\nSELECT a, f, t FROM x\n) SELECT CAST(c1 AS TEXT), c2, c3 FROM orl_query",
+         {true, false, false}},
+        {DbKind::SQLite, "with y AS (SELECT 1) SELECT * FROM y; \n", {INTEGER}, {plain},
+         "WITH orl_query(c1) AS (\nwith y AS (SELECT 1) SELECT * FROM y\n) SELECT CAST(c1 AS TEXT) FROM orl_query",
+         {true}},
+        {DbKind::SQLite, "SELECT b FROM x -- a comment", {INT16}, {plain},
+         "WITH orl_query(c1) AS (\nSELECT b FROM x -- a comment\n) SELECT CAST(c1 AS TEXT) FROM orl_query", {true}},
+        {DbKind::SQLite, "SELECT b FROM x", {LONG}, {plain}, "", {false}},  // described as 64-bit
+        {DbKind::SQLite, "PRAGMA table_info(x)", {INTEGER}, {plain}, "", {false}},  // no query to wrap
+        {DbKind::MariaDB, "SELECT u, s FROM x", {LONG, INTEGER}, {unsignedInt, plain},
+         "WITH orl_query(c1, c2) AS (\nSELECT u, s FROM x\n) SELECT CAST(c1 AS CHAR), c2 FROM orl_query",
+         {true, false}},
+        {DbKind::MariaDB, "SELECT t FROM x", {STRING}, {unsignedInt}, "", {false}},  // unsigned says nothing of a text
+        {DbKind::PostgreSQL, "SELECT i FROM x", {INTEGER}, {unsignedInt}, "", {false}},
+    };
+    for (const Case& c : cases) {
+        std::vector<bool> asText;
+        EXPECT_EQ(c.wrapped, orlodbc::wholeIntegers(c.db, c.sql, c.reported, c.described, asText)) << c.sql;
+        EXPECT_EQ(c.asText, asText) << c.sql;
+    }
+    // Printed as the integer it is, a number in JSON; SQLite may hold a text anywhere.
+    DataValue v;
+    v.isNull = false;
+    char big[] = "1099511627776", odd[] = "12ab";
+    v.stringValue = big;
+    const orlodbc::ColumnPlan plan{STRING, orlodbc::ValueKind::IntegerText};
+    EXPECT_EQ("1099511627776", orlodbc::cellOutput(plan, v, orlodbc::OutputFormat::Json));
+    v.stringValue = odd;
+    EXPECT_EQ("\"12ab\"", orlodbc::cellOutput(plan, v, orlodbc::OutputFormat::Json));
 }
 
 TEST(QueryOutput, OneValueOneTextInEveryFormat) {

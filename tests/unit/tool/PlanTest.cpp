@@ -2,6 +2,9 @@
 // chosen, how each column is read and what a target can't hold.
 #include <gtest/gtest.h>
 
+#include <sql.h>
+#include <sqlext.h>
+
 #include "datatypes/DataTypes.h"
 #include "tools/orlodbc/CreateTable.h"
 #include "tools/orlodbc/Plan.h"
@@ -150,6 +153,238 @@ TEST(Plan, ReadsAndLosses) {
     }
 }
 
+// A --query column is known by what its driver describes, measured: SQLite's
+// describes INTEGER as 32-bit and every expression as varchar(255);
+// PostgreSQL's every numeric without a declared precision (a computation, an
+// aggregate, numeric itself) as numeric(28,6) and a varchar without a size as
+// 255 long; MariaDB's an unsigned int as a signed one, with SQL_DESC_UNSIGNED.
+TEST(Plan, QueryColumnsByWhatTheDriverDescribes) {
+    struct Case {
+        DbKind db;
+        unsigned int word;
+        short sqlType;
+        const char* typeName;
+        long size;
+        int digits;
+        bool unsignedInt;
+        Kind kind;
+        int wantSize, wantScale;
+    } cases[] = {
+        {SL, INTEGER, SQL_INTEGER, "INTEGER", 10, 0, false, Kind::Int64, 0, 0},
+        {SL, INTEGER, SQL_SMALLINT, "SMALLINT", 5, 0, false, Kind::Int64, 0, 0},
+        {SL, INTEGER, SQL_TINYINT, "TINYINT", 3, 0, false, Kind::Int64, 0, 0},
+        {SL, INTEGER, 0, "", 0, 0, false, Kind::Int64, 0, 0},  // nothing described: still SQLite's
+        {SL, STRING, SQL_VARCHAR, "varchar", 255, 0, false, Kind::Text, 0, 0},  // a*2, sum(a), literals
+        {SL, STRING, SQL_VARCHAR, "VARCHAR", 20, 0, false, Kind::Text, 0, 0},   // any length fits
+        {SL, FLOAT, SQL_DOUBLE, "NUMERIC", 10, 0, false, Kind::Float64, 0, 0},
+        {SL, BIGDATETIME, SQL_TYPE_TIMESTAMP, "TIMESTAMP", 32, 0, false, Kind::Timestamp, 6, 0},
+        {SL, TIME, SQL_TYPE_TIME, "TIME", 8, 0, false, Kind::Time, 6, 0},
+        {PG, INTEGER, SQL_INTEGER, "int4", 10, 0, false, Kind::Int32, 0, 0},
+        {PG, INTEGER, SQL_SMALLINT, "int2", 5, 0, false, Kind::Int16, 0, 0},
+        {PG, LONG, SQL_BIGINT, "int8", 19, 0, false, Kind::Int64, 0, 0},
+        {PG, decimalWord(28, 6), SQL_NUMERIC, "numeric", 28, 6, false, Kind::Decimal, 0, 0},
+        {PG, decimalWord(10, 2), SQL_NUMERIC, "numeric", 10, 2, false, Kind::Decimal, 10, 2},
+        {PG, decimalWord(20, 3), SQL_NUMERIC, "numeric", 20, 3, false, Kind::Decimal, 20, 3},
+        {PG, STRING, SQL_VARCHAR, "varchar", 255, 0, false, Kind::Text, 0, 0},
+        {PG, STRING, SQL_VARCHAR, "varchar", 20, 0, false, Kind::Varchar, 20, 0},
+        {PG, STRING, SQL_LONGVARCHAR, "varchar", 300, 0, false, Kind::Varchar, 300, 0},
+        {PG, STRING, SQL_LONGVARCHAR, "text", 8190, 0, false, Kind::Text, 0, 0},
+        {PG, STRING, SQL_CHAR, "char", 84, 0, false, Kind::Char, 84, 0},
+        {PG, STRING, SQL_VARCHAR, "bool", 5, 0, false, Kind::Boolean, 0, 0},
+        {PG, FLOAT, SQL_REAL, "float4", 9, 0, false, Kind::Float32, 0, 0},
+        {PG, TIME, SQL_TYPE_TIME, "time", 8, 6, false, Kind::Time, 6, 0},
+        {PG, BIGDATETIME, SQL_TYPE_TIMESTAMP, "timestamp", 26, 3, false, Kind::Timestamp, 3, 0},
+        {PG, BINARY, SQL_LONGVARBINARY, "bytea", 0, 0, false, Kind::Blob, 0, 0},
+        {MA, INTEGER, SQL_INTEGER, "integer", 10, 0, true, Kind::Int64, 0, 0},
+        {MA, INTEGER, SQL_TINYINT, "tinyint", 3, 0, false, Kind::Int8, 0, 0},
+        {MA, LONG, SQL_BIGINT, "bigint", 19, 0, true, Kind::Decimal, 20, 0},
+        {MA, decimalWord(32, 0), SQL_DECIMAL, "decimal", 32, 0, false, Kind::Decimal, 32, 0},  // sum(int)
+        {MA, STRING, SQL_VARCHAR, "varchar", 200, 0, false, Kind::Varchar, 200, 0},
+        {MA, STRING, SQL_LONGVARCHAR, "longtext", 16777216, 0, false, Kind::Text, 0, 0},
+        {MA, BINARY, SQL_VARBINARY, "varbinary", 16, 0, false, Kind::Varbinary, 16, 0},
+        {MA, TIME, SQL_TYPE_TIME, "time", 15, 6, false, Kind::Time, 6, 0},
+    };
+    for (const Case& c : cases) {
+        QueryColumn d;
+        d.sqlType = c.sqlType;
+        d.typeName = c.typeName;
+        d.size = c.size;
+        d.digits = c.digits;
+        d.unsignedInt = c.unsignedInt;
+        const ColumnType t = fromDescription(c.db, c.word, d);
+        const std::string what = std::string(kindName(c.db)) + " " + c.typeName + "(" + std::to_string(c.size) + ")";
+        EXPECT_EQ(static_cast<int>(c.kind), static_cast<int>(t.kind)) << what;
+        EXPECT_EQ(c.wantSize, t.size) << what;
+        EXPECT_EQ(c.wantScale, t.scale) << what;
+    }
+}
+
+// A query's columns read by the rules of a table's: SQLite's integers whole,
+// PostgreSQL's computed numerics and decimal texts of 32 characters or more
+// as text; texts that can reach 128 bytes with a mark.
+TEST(Plan, QueryColumnsReadWhole) {
+    struct Case {
+        DbKind db;
+        unsigned int word;
+        short sqlType;
+        const char* typeName;
+        long size;
+        int digits;
+        bool unsignedInt;
+        Read read;
+        bool marked;
+    } cases[] = {
+        {SL, INTEGER, SQL_INTEGER, "INTEGER", 10, 0, false, Read::Text, false},
+        {SL, LONG, SQL_BIGINT, "BIGINT", 20, 0, false, Read::AsIs, false},
+        {SL, STRING, SQL_VARCHAR, "varchar", 255, 0, false, Read::Value, true},  // a*2, f*3: any type
+        {SL, FLOAT, SQL_DOUBLE, "DOUBLE", 54, 0, false, Read::Digits, false},
+        {PG, decimalWord(28, 6), SQL_NUMERIC, "numeric", 28, 6, false, Read::Text, true},
+        {PG, decimalWord(10, 2), SQL_NUMERIC, "numeric", 10, 2, false, Read::AsIs, false},
+        {PG, decimalWord(29, 2), SQL_NUMERIC, "numeric", 29, 2, false, Read::AsIs, false},
+        {PG, decimalWord(30, 2), SQL_NUMERIC, "numeric", 30, 2, false, Read::Text, false},
+        {PG, INTEGER, SQL_INTEGER, "int4", 10, 0, false, Read::AsIs, false},
+        {PG, STRING, SQL_VARCHAR, "varchar", 31, 0, false, Read::AsIs, false},
+        {PG, STRING, SQL_VARCHAR, "varchar", 32, 0, false, Read::AsIs, true},
+        {PG, STRING, SQL_LONGVARCHAR, "text", 8190, 0, false, Read::AsIs, true},
+        {MA, INTEGER, SQL_INTEGER, "integer", 10, 0, true, Read::Text, false},
+        {MA, LONG, SQL_BIGINT, "bigint", 20, 0, true, Read::Text, false},
+        {MA, LONG, SQL_BIGINT, "bigint", 20, 0, false, Read::AsIs, false},
+        {MA, decimalWord(41, 0), SQL_DECIMAL, "decimal", 41, 0, false, Read::Text, false},
+    };
+    for (const Case& c : cases) {
+        QueryColumn d;
+        d.sqlType = c.sqlType;
+        d.typeName = c.typeName;
+        d.size = c.size;
+        d.digits = c.digits;
+        d.unsignedInt = c.unsignedInt;
+        const ColumnType t = fromDescription(c.db, c.word, d);
+        const ColumnPlan p = planColumn(c.db, t, c.word, PG, t);
+        const std::string what = std::string(kindName(c.db)) + " " + c.typeName + "(" + std::to_string(c.size) + ")";
+        EXPECT_EQ(static_cast<int>(c.read), static_cast<int>(p.read)) << what;
+        EXPECT_EQ(c.marked, p.marked) << what;
+    }
+}
+
+// Decimal texts of 32 characters or more are read as text: a sign, the whole
+// digits (or the 0 before the point), the point and the fraction digits.
+TEST(Plan, DecimalTextLengths) {
+    struct Case {
+        int precision, scale, length;
+        Read read;
+    } cases[] = {
+        {10, 2, 12, Read::AsIs},   // -12345678.90
+        {29, 2, 31, Read::AsIs},
+        {30, 0, 31, Read::AsIs},
+        {31, 0, 32, Read::Text},
+        {30, 2, 32, Read::Text},
+        {28, 28, 31, Read::AsIs},  // -0.1234...: the 0 before the point counts
+        {29, 29, 32, Read::Text},
+        {38, 10, 40, Read::Text},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(c.length, decimalTextLength(c.precision, c.scale)) << c.precision << "," << c.scale;
+        const ColumnType t = parseDeclared(PG, "numeric(" + std::to_string(c.precision) + "," +
+                                                   std::to_string(c.scale) + ")");
+        const unsigned int word = decimalWord(static_cast<unsigned int>(c.precision), static_cast<unsigned int>(c.scale));
+        EXPECT_EQ(static_cast<int>(c.read), static_cast<int>(planColumn(PG, t, word, MA, t).read))
+            << c.precision << "," << c.scale;
+    }
+}
+
+// Which texts get a mark: those that can be exactly 128 bytes long, in UTF-8
+// up to 4 bytes a character, and on SQLite any whatever its declared length.
+TEST(Plan, TextsThatCanBe128BytesAreMarked) {
+    struct Case {
+        DbKind src;
+        const char* declared;
+        unsigned int word;
+        bool marked;
+    } cases[] = {
+        {PG, "character(31)", STRING, false},
+        {PG, "character(32)", STRING, true},
+        {PG, "character(84)", STRING, true},  // 44 two-byte letters and 40 blanks are 128 bytes
+        {PG, "character varying(20)", STRING, false},
+        {PG, "character varying", STRING, true},
+        {PG, "text", STRING, true},
+        {PG, "json", STRING, true},
+        {PG, "numeric", decimalWord(28, 6), true},            // read as text, of any length
+        {PG, "numeric(38,10)", decimalWord(38, 10), false},   // at most 40 characters
+        {PG, "integer", INTEGER, false},
+        {PG, "boolean", STRING, false},
+        {MA, "varchar(31)", STRING, false},
+        {MA, "varchar(32)", STRING, true},
+        {MA, "longtext", STRING, true},
+        {MA, "int(10) unsigned", INTEGER, false},
+        {SL, "VARCHAR(8)", STRING, true},
+        {SL, "CHAR(1)", STRING, true},
+        {SL, "TEXT", STRING, true},
+        {SL, "INTEGER", INTEGER, false},
+        {SL, "DOUBLE", FLOAT, false},
+        {SL, "BLOB", BINARY, false},
+    };
+    for (const Case& c : cases) {
+        const ColumnType t = parseDeclared(c.src, c.declared);
+        EXPECT_EQ(c.marked, planColumn(c.src, t, c.word, PG, t).marked) << kindName(c.src) << " " << c.declared;
+    }
+}
+
+// The mark keeps every text off 128 bytes and comes off as it went on.
+TEST(Plan, MarkedTextsComeBackWhole) {
+    const Dialect pg = dialectFor("PostgreSQL", "\"", "POSTGRESQL");
+    const Dialect maria = dialectFor("MariaDB", "`", "OTHERS");
+    const Dialect lite = dialectFor("SQLite", "\"", "OTHERS");
+    const Dialect other = dialectFor("Oracle", "\"", "ORACLE");
+    EXPECT_EQ("CAST(CASE WHEN \"c\" IS NULL THEN NULL WHEN octet_length(\"c\") = 127 THEN concat(\"c\", '22') "
+              "ELSE concat(\"c\", '1') END AS varchar(86)) AS \"c\"",
+              markedItem(pg, "c", Read::AsIs, parseDeclared(PG, "character(84)")));
+    EXPECT_EQ("CAST(CASE WHEN CAST(\"n\" AS TEXT) IS NULL THEN NULL WHEN octet_length(CAST(\"n\" AS TEXT)) = 127 THEN "
+              "concat(CAST(\"n\" AS TEXT), '22') ELSE concat(CAST(\"n\" AS TEXT), '1') END AS varchar) AS \"n\"",
+              markedItem(pg, "n", Read::Text, parseDeclared(PG, "numeric")));
+    EXPECT_EQ("CASE WHEN octet_length(CONVERT(`t` USING utf8mb4)) = 127 THEN concat(`t`, '22') "
+              "ELSE concat(`t`, '1') END AS `t`",
+              markedItem(maria, "t", Read::AsIs, parseDeclared(MA, "longtext")));
+    EXPECT_EQ("CASE WHEN length(CAST(orl_source.\"t\" AS BLOB)) = 127 THEN orl_source.\"t\" || '22' "
+              "ELSE orl_source.\"t\" || '1' END AS \"t\"",
+              markedItem(lite, "t", Read::AsIs, parseDeclared(SL, "TEXT"), "orl_source"));
+    EXPECT_EQ("", markedItem(other, "t", Read::AsIs, parseDeclared(SL, "TEXT")));
+    // A SQLite value of any type: a double in the fewest digits that read back as it.
+    const std::string value =
+        "CASE WHEN typeof(\"x\") <> 'real' THEN \"x\" WHEN CAST(printf('%!.15g', \"x\") AS REAL) = \"x\" THEN "
+        "printf('%!.15g', \"x\") WHEN CAST(printf('%!.16g', \"x\") AS REAL) = \"x\" THEN printf('%!.16g', \"x\") "
+        "WHEN CAST(printf('%!.17g', \"x\") AS REAL) = \"x\" THEN printf('%!.17g', \"x\") "
+        "ELSE printf('%!.20g', \"x\") END";
+    EXPECT_EQ(value + " AS \"x\"", readItem(lite, "x", Read::Value));
+    EXPECT_EQ("CASE WHEN length(CAST((" + value + ") AS BLOB)) = 127 THEN (" + value + ") || '22' ELSE (" + value +
+                  ") || '1' END AS \"x\"",
+              markedItem(lite, "x", Read::Value, ColumnType()));
+
+    struct Case {
+        std::string text;  // as the source's item gives it
+        bool ok;
+        std::string back;
+    } cases[] = {
+        {"1", true, ""},
+        {"abc1", true, "abc"},
+        {std::string(126, 'x') + "1", true, std::string(126, 'x')},
+        {std::string(127, 'x') + "22", true, std::string(127, 'x')},
+        {std::string(128, 'x') + "1", true, std::string(128, 'x')},
+        {"ends in 2" + std::string("1"), true, "ends in 2"},
+        {"ends in 22" + std::string("1"), true, "ends in 22"},
+        {"", false, ""},
+        {"abc", false, ""},
+        {"abc2", false, ""},
+    };
+    for (const Case& c : cases) {
+        std::vector<char> buffer(c.text.begin(), c.text.end());
+        buffer.push_back('\0');
+        EXPECT_EQ(c.ok, unmark(buffer.data())) << c.text;
+        if (c.ok) {
+            EXPECT_EQ(c.back, std::string(buffer.data())) << c.text;
+        }
+    }
+}
+
 TEST(Plan, ReadItemsAndValueChecksQuoteTheName) {
     const Dialect pg = dialectFor("PostgreSQL", "\"", "POSTGRESQL");
     const Dialect maria = dialectFor("MariaDB", "`", "OTHERS");
@@ -183,6 +418,26 @@ TEST(Plan, ReadItemsAndValueChecksQuoteTheName) {
     EXPECT_FALSE(v.refused);
     v = valueCheck(lite, "f", liteDouble, MA, parseDeclared(MA, "double"));
     EXPECT_EQ("(\"f\" IN (9e999, -9e999)) OR " + digits, v.condition);
+    // SQLite keeps texts past their declared length: those a bounded target can't hold are counted.
+    struct TextCase {
+        const char* declared;
+        DbKind to;
+        const char* target;
+        const char* condition;
+    } texts[] = {
+        {"VARCHAR(10)", PG, "character varying(10)", "length(\"v\") > 10"},
+        {"CHAR(8)", MA, "char(8)", "length(\"v\") > 8"},
+        {"TEXT", MA, "varchar(300)", "length(\"v\") > 300"},
+        {"VARCHAR(10)", PG, "text", ""},
+        {"VARCHAR(10)", SL, "VARCHAR(10)", ""},  // SQLite holds them too
+    };
+    for (const TextCase& c : texts) {
+        const ValueCheck t = valueCheck(lite, "v", parseDeclared(SL, c.declared), c.to, parseDeclared(c.to, c.target));
+        EXPECT_EQ(c.condition, t.condition) << c.declared << " -> " << c.target;
+        EXPECT_EQ(*c.condition != '\0', t.refused) << c.declared << " -> " << c.target;
+    }
+    EXPECT_EQ("", valueCheck(pg, "v", parseDeclared(PG, "character varying(10)"), MA, parseDeclared(MA, "varchar(10)"))
+                      .condition);
     EXPECT_EQ(Read::Digits, planColumn(SL, liteDouble, FLOAT, PG, dbl).read);
     EXPECT_EQ(Read::AsIs, planColumn(PG, dbl, FLOAT, SL, liteDouble).read);
     EXPECT_TRUE(v.refused);
