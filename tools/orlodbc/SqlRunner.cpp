@@ -69,7 +69,7 @@ std::string coreText(unsigned int type, const DataTypes::DataValue& value) {
 // The text of a value that isn't NULL, the same in every format; `bare`
 // tells whether JSON takes it as it stands (a number or a boolean) rather
 // than as a string.
-std::string valueText(const ColumnPlan& plan, const DataTypes::DataValue& value, bool& bare) {
+std::string valueText(const CellPlan& plan, const DataTypes::DataValue& value, bool& bare) {
     bare = false;
     switch (plan.kind) {
     case ValueKind::Integer: bare = true; return coreText(plan.readType, value);
@@ -117,7 +117,7 @@ void printHeader(const std::vector<std::string>& names, OutputFormat format, std
     out << (format == OutputFormat::Csv ? "\r\n" : "\n");
 }
 
-void printRow(const std::vector<std::string>& names, const std::vector<ColumnPlan>& plans, Row& row,
+void printRow(const std::vector<std::string>& names, const std::vector<CellPlan>& plans, Row& row,
               OutputFormat format, std::ostream& out) {
     const int n = row.getNumColumns();
     for (int i = 0; i < n; ++i) {
@@ -175,10 +175,10 @@ bool runQuery(Connection& c, const std::string& sql, OutputFormat format, std::o
             return false;
         }
     }
-    std::vector<ColumnPlan> plans;
+    std::vector<CellPlan> plans;
     std::vector<unsigned int> types;
     for (int i = 0; i < n; ++i) {
-        plans.push_back(asText[i] ? ColumnPlan{kString, ValueKind::IntegerText} : planColumn(reported[i], described[i]));
+        plans.push_back(asText[i] ? CellPlan{kString, ValueKind::IntegerText} : planCell(reported[i], described[i]));
         types.push_back(plans.back().readType);
     }
     printHeader(names, format, out);
@@ -236,7 +236,7 @@ std::string wholeIntegers(DbKind db, const std::string& sql, const std::vector<u
     return "WITH orl_query(" + columns + ") AS (\n" + body + "\n) SELECT " + items + " FROM orl_query";
 }
 
-ColumnPlan planColumn(unsigned int reported, const QueryColumn& described) {
+CellPlan planCell(unsigned int reported, const QueryColumn& described) {
     const unsigned int low = reported & 0xFF;
     switch (low) {
     case kInt16:
@@ -277,13 +277,13 @@ ColumnPlan planColumn(unsigned int reported, const QueryColumn& described) {
         case SQL_TYPE_TIMESTAMP:
         case SQL_TIMESTAMP: return {kBigDateTime, ValueKind::Timestamp};
         default:
-            return low == kTime ? ColumnPlan{kTime, ValueKind::Time} : ColumnPlan{kBigDateTime, ValueKind::Timestamp};
+            return low == kTime ? CellPlan{kTime, ValueKind::Time} : CellPlan{kBigDateTime, ValueKind::Timestamp};
         }
     default: return {reported, ValueKind::Other};
     }
 }
 
-std::string cellOutput(const ColumnPlan& plan, const DataTypes::DataValue& value, OutputFormat format) {
+std::string cellOutput(const CellPlan& plan, const DataTypes::DataValue& value, OutputFormat format) {
     if (value.isNull) return format == OutputFormat::Json ? "null" : format == OutputFormat::Csv ? "" : "NULL";
     bool bare = false;
     const std::string text = valueText(plan, value, bare);

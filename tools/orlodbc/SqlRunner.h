@@ -29,7 +29,7 @@ enum class OutputFormat { Tsv, Csv, Json };
 enum class ValueKind { Integer, IntegerText, Float, Real, Boolean, BooleanText, Text, Binary, Date, Timestamp, TimeOfDay, Time, Other };
 
 // The type word a column is read with, and how its values print.
-struct ColumnPlan {
+struct CellPlan {
     unsigned int readType;
     ValueKind kind;
 };
@@ -44,11 +44,11 @@ std::string wholeIntegers(DbKind db, const std::string& sql, const std::vector<u
 
 // The plan for a column of the reported type word and what the ODBC driver
 // described (a default QueryColumn when it said nothing).
-ColumnPlan planColumn(unsigned int reported, const QueryColumn& described);
+CellPlan planCell(unsigned int reported, const QueryColumn& described);
 
 // One value as it stands in a line of the format: quoted for CSV, a JSON
 // value for JSON.
-std::string cellOutput(const ColumnPlan& plan, const DataTypes::DataValue& value, OutputFormat format);
+std::string cellOutput(const CellPlan& plan, const DataTypes::DataValue& value, OutputFormat format);
 
 // The CSV field and the JSON string of a text; exposed for the tests.
 std::string csvField(const std::string& text);

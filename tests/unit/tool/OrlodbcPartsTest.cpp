@@ -242,7 +242,7 @@ TEST(QueryOutput, ColumnsPlannedByWhatTheDriverDescribes) {
         orlodbc::QueryColumn described;
         described.sqlType = c.sqlType;
         described.typeName = c.typeName;
-        const orlodbc::ColumnPlan plan = orlodbc::planColumn(c.reported, described);
+        const orlodbc::CellPlan plan = orlodbc::planCell(c.reported, described);
         EXPECT_EQ(c.readType, plan.readType) << typeToString(c.reported) << " " << c.typeName;
         EXPECT_EQ(static_cast<int>(c.kind), static_cast<int>(plan.kind)) << typeToString(c.reported) << " " << c.typeName;
     }
@@ -288,7 +288,7 @@ TEST(QueryOutput, IntegersTheClassicReadWouldCutAreReadWhole) {
     v.isNull = false;
     char big[] = "1099511627776", odd[] = "12ab";
     v.stringValue = big;
-    const orlodbc::ColumnPlan plan{STRING, orlodbc::ValueKind::IntegerText};
+    const orlodbc::CellPlan plan{STRING, orlodbc::ValueKind::IntegerText};
     EXPECT_EQ("1099511627776", orlodbc::cellOutput(plan, v, orlodbc::OutputFormat::Json));
     v.stringValue = odd;
     EXPECT_EQ("\"12ab\"", orlodbc::cellOutput(plan, v, orlodbc::OutputFormat::Json));
@@ -318,7 +318,7 @@ TEST(QueryOutput, OneValueOneTextInEveryFormat) {
     yes.isNull = false;
     yes.boolValue = true;
     struct Case {
-        orlodbc::ColumnPlan plan;
+        orlodbc::CellPlan plan;
         DataValue value;
         const char* tsv;
         const char* csv;
