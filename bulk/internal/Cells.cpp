@@ -17,8 +17,11 @@ using namespace DataTypes;
 namespace {
 
 // Seconds of the date and time fields, read as UTC. The rest of the tm is
-// cleared: years before 1970 go through mktime, which reads all of it.
+// cleared: years before 1970 go through mktime, which reads all of it. From
+// 1970 on, tm2sec's own arithmetic without the tm, once a cell.
 long secondsOf(const SQL_TIMESTAMP_STRUCT& ts) {
+    if (ts.year >= 1970)
+        return secondsFrom1970(ts.year - 1900, ts.month - 1, ts.day, ts.hour, ts.minute, ts.second);
     tm t;
     std::memset(&t, 0, sizeof t);
     t.tm_year = ts.year - 1900;
