@@ -121,18 +121,20 @@ long tm2sec(const tm* t) {
         tm local = *t;
         return static_cast<long>(mktime(&local));
     }
-    if (t->tm_mon < 0 || t->tm_mon > 11) return -1;
+    return secondsFrom1970(t->tm_year, t->tm_mon, t->tm_mday, t->tm_hour, t->tm_min, t->tm_sec);
+}
 
-    int32_t y = t->tm_year - (t->tm_mon < 2 ? 1 : 0);
+long secondsFrom1970(int year, int month, int day, int hour, int minute, int second) {
+    if (month < 0 || month > 11) return -1;
+    int32_t y = year - (month < 2 ? 1 : 0);
     // The day count is a 32-bit sum; it wraps (rather than trapping) for
     // absurd years, and a wrapped count turns negative and gives -1 below or
     // a wrong date, as it always has.
     uint32_t days = static_cast<uint32_t>(y) * 365u + static_cast<uint32_t>(y / 4) -
                     static_cast<uint32_t>(y / 100) + static_cast<uint32_t>((y / 100 + 3) / 4) +
-                    static_cast<uint32_t>(kDaysFromMarch[t->tm_mon]) + static_cast<uint32_t>(t->tm_mday) - 1u -
+                    static_cast<uint32_t>(kDaysFromMarch[month]) + static_cast<uint32_t>(day) - 1u -
                     static_cast<uint32_t>(kEpochDays);
-    int64_t seconds = ((static_cast<int64_t>(static_cast<int32_t>(days)) * 24 + t->tm_hour) * 60 + t->tm_min) * 60 +
-                      t->tm_sec;
+    int64_t seconds = ((static_cast<int64_t>(static_cast<int32_t>(days)) * 24 + hour) * 60 + minute) * 60 + second;
     return seconds < 0 ? -1 : static_cast<long>(seconds);
 }
 

@@ -34,6 +34,10 @@ tm* zoneSafeGmtime(const time_t* t, tm* out);
 // fields are not range-checked, and a negative result is -1). Earlier years go
 // to mktime and so follow the process zone: callers set TZ=UTC for UTC there.
 long tm2sec(const tm* t);
+// tm2sec's arithmetic for tm_year 70 on, from the fields as a tm holds them
+// (years from 1900, months from 0), without a tm to fill: for callers that
+// convert a value a row.
+long secondsFrom1970(int year, int month, int day, int hour, int minute, int second);
 
 // A locale-free strptime, not the C library's. Resets *t to 1970-01-01
 // 00:00:00 first and returns the position after the parsed text (trailing

@@ -19,11 +19,14 @@ trap 'rm -rf "$out"' EXIT
 
 declare -A count
 for db in sqlite pg pg-plain; do
-    for way in RawRows RawArrays RawPreparedArrays BulkRows BulkBlocks; do
+    ways="RawRows RawArrays RawPreparedArrays BulkRows BulkBlocks"
+    [[ "$db" == sqlite ]] && ways+=" RawTextArrays"
+    for way in $ways; do
         # The pass of each way, as callgrind names it: the connect is left out.
         case "$way" in
         RawRows) fn=rawRowsPass ;;
         RawArrays | RawPreparedArrays) fn=rawArraysPass ;;
+        RawTextArrays) fn=rawTextArraysPass ;;
         BulkRows | BulkBlocks) fn=bulkPass ;;
         esac
         valgrind --tool=callgrind --collect-atstart=no --toggle-collect="*::$fn(*" \
@@ -54,3 +57,5 @@ for db in sqlite pg pg-plain; do
     ratio "$db/BulkBlocks" "$db/RawPreparedArrays" "the same calls as the bulk path"
     ratio "$db/BulkRows" "$db/RawRows" "the row-at-a-time path"
 done
+ratio "sqlite/RawTextArrays" "sqlite/RawRows" "the driver's floor for text bindings"
+ratio "sqlite/BulkBlocks" "sqlite/RawTextArrays" "ours on top of that floor"

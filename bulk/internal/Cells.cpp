@@ -17,8 +17,11 @@ using namespace DataTypes;
 namespace {
 
 // Seconds of the date and time fields, read as UTC. The rest of the tm is
-// cleared: years before 1970 go through mktime, which reads all of it.
+// cleared: years before 1970 go through mktime, which reads all of it. From
+// 1970 on, tm2sec's own arithmetic without the tm, once a cell.
 long secondsOf(const SQL_TIMESTAMP_STRUCT& ts) {
+    if (ts.year >= 1970)
+        return secondsFrom1970(ts.year - 1900, ts.month - 1, ts.day, ts.hour, ts.minute, ts.second);
     tm t;
     std::memset(&t, 0, sizeof t);
     t.tm_year = ts.year - 1900;
@@ -204,27 +207,52 @@ unsigned daysIn(unsigned year, unsigned month) {
 
 } // namespace
 
+namespace {
+
+// Eight bytes of text in text order, the first in the low byte.
+inline uint64_t eightAt(const char* p) {
+    uint64_t x;
+    std::memcpy(&x, p, sizeof x);
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+    x = __builtin_bswap64(x);
+#endif
+    return x;
+}
+
+// Eight bytes XORed with the pattern they should match (digits against '0',
+// separators against themselves): zero where a separator is right, 0 to 9
+// where a digit is. True when every byte is so and `separators` (a mask of
+// the separator bytes) finds nothing else. A byte of 0x80 or above is caught
+// by `x` itself; the carry it may pass on only spoils a check that already
+// fails.
+inline bool plainBytes(uint64_t x, uint64_t separators) {
+    return (((x + 0x7676767676767676u) | x) & 0x8080808080808080u) == 0 && (x & separators) == 0;
+}
+
+inline unsigned byteOf(uint64_t x, int k) { return static_cast<unsigned>(x >> (8 * k)) & 0xFF; }
+
+} // namespace
+
+// Eight bytes at a time: it runs for every time cell of a block.
 bool plainTimestamp(const char* text, SQLLEN length, SQL_TIMESTAMP_STRUCT& ts) {
     if (length != 10 && length < 19) return false;
-    unsigned bad = 0;
-    // Two digits at `at`; a non-digit sets `bad`.
-    auto two = [text, &bad](int at) {
-        const unsigned high = static_cast<unsigned char>(text[at]) - '0';
-        const unsigned low = static_cast<unsigned char>(text[at + 1]) - '0';
-        bad |= (high > 9) | (low > 9);
-        return high * 10 + low;
-    };
-    const unsigned year = two(0) * 100 + two(2), month = two(5), day = two(8);
+    // "YYYY-MM-" against "0000-00-".
+    const uint64_t date = eightAt(text) ^ 0x2D30302D30303030u;
+    const unsigned d8 = static_cast<unsigned char>(text[8]) - '0', d9 = static_cast<unsigned char>(text[9]) - '0';
+    if (!plainBytes(date, 0xFF0000FF00000000u) || d8 > 9 || d9 > 9) return false;
+    const unsigned year = byteOf(date, 0) * 1000 + byteOf(date, 1) * 100 + byteOf(date, 2) * 10 + byteOf(date, 3);
+    const unsigned month = byteOf(date, 5) * 10 + byteOf(date, 6), day = d8 * 10 + d9;
     unsigned hour = 0, minute = 0, second = 0, fraction = 0;
-    bad |= (text[4] != '-') | (text[7] != '-');
     if (length > 10) {
-        hour = two(11);
-        minute = two(14);
-        second = two(17);
-        bad |= (text[10] != ' ') | (text[13] != ':') | (text[16] != ':');
+        // " " then "HH:MM:SS" against "00:00:00".
+        const uint64_t time = eightAt(text + 11) ^ 0x30303A30303A3030u;
+        if (text[10] != ' ' || !plainBytes(time, 0x0000FF0000FF0000u)) return false;
+        hour = byteOf(time, 0) * 10 + byteOf(time, 1);
+        minute = byteOf(time, 3) * 10 + byteOf(time, 4);
+        second = byteOf(time, 6) * 10 + byteOf(time, 7);
     }
-    if (bad != 0 || year == 0 || month < 1 || month > 12 || day < 1 || day > daysIn(year, month) || hour > 23 ||
-        minute > 59 || second > 59)
+    if (year == 0 || month < 1 || month > 12 || day < 1 || day > daysIn(year, month) || hour > 23 || minute > 59 ||
+        second > 59)
         return false;
     if (length > 19) {
         const SQLLEN places = length - 20;

@@ -74,4 +74,43 @@ TEST(PlainCells, OtherFormsAreLeftToTheDriver) {
     EXPECT_FALSE(plainInteger("9223372036854775807", 19, INT64_MIN, INT64_MAX, i)) << "past 18 digits: the driver's";
 }
 
+// Fields come out as printed, and any other byte in any place (a separator
+// for a digit, a digit for a separator, bytes past 0x7F) is refused.
+TEST(PlainCells, TimestampsTakeTheirFieldsAndNothingElse) {
+    std::mt19937 random(11);
+    char text[40];
+    for (int k = 0; k < 5000; ++k) {
+        const unsigned y = 1 + random() % 9999, mo = 1 + random() % 12, d = 1 + random() % 28, h = random() % 24,
+                       mi = random() % 60, s = random() % 60, f = random() % 1000000;
+        const int n = k % 3 == 0   ? std::snprintf(text, sizeof text, "%04u-%02u-%02u", y, mo, d)
+                      : k % 3 == 1 ? std::snprintf(text, sizeof text, "%04u-%02u-%02u %02u:%02u:%02u", y, mo, d, h, mi, s)
+                                   : std::snprintf(text, sizeof text, "%04u-%02u-%02u %02u:%02u:%02u.%06u", y, mo, d, h,
+                                                   mi, s, f);
+        SQL_TIMESTAMP_STRUCT ts;
+        ASSERT_TRUE(plainTimestamp(text, n, ts)) << text;
+        const bool timed = k % 3 != 0;
+        EXPECT_EQ(y, unsigned(ts.year));
+        EXPECT_EQ(mo, ts.month);
+        EXPECT_EQ(d, ts.day);
+        EXPECT_EQ(timed ? h : 0, ts.hour) << text;
+        EXPECT_EQ(timed ? mi : 0, ts.minute) << text;
+        EXPECT_EQ(timed ? s : 0, ts.second) << text;
+        EXPECT_EQ(k % 3 == 2 ? f * 1000 : 0, ts.fraction) << text;
+    }
+    for (const std::string valid : {"1999-12-31", "2000-01-01 00:00:00", "2024-02-29 23:59:59.123"}) {
+        for (size_t at = 0; at < valid.size(); ++at) {
+            const bool digitPlace = valid[at] >= '0' && valid[at] <= '9';
+            for (int b = 0; b < 256; ++b) {
+                const char c = static_cast<char>(b);
+                if (c == valid[at] || (digitPlace && c >= '0' && c <= '9')) continue;
+                std::string t = valid;
+                t[at] = c;
+                SQL_TIMESTAMP_STRUCT ts;
+                EXPECT_FALSE(plainTimestamp(t.data(), static_cast<SQLLEN>(t.size()), ts)) << valid << " byte " << b
+                                                                                          << " at " << at;
+            }
+        }
+    }
+}
+
 } // namespace
