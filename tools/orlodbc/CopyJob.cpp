@@ -5,9 +5,12 @@
 #include <cstring>
 #include <deque>
 #include <mutex>
+#include <optional>
 #include <thread>
 #include <vector>
 
+#include "datatypes/TypeEnum.h"
+#include "tools/orlodbc/ColumnArrays.h"
 #include "tools/orlodbc/Interrupt.h"
 
 using namespace KORVEL::Orl;
@@ -38,6 +41,9 @@ public:
 
 private:
     static constexpr size_t kDepth = 2;
+    // A batch of column arrays goes when its text reaches this, whatever
+    // its rows: the memory a job holds stays bounded for wide rows too.
+    static constexpr size_t kArrayBytes = 32u << 20;
 
     // What the reader hands over, in order.
     struct Block {
@@ -55,6 +61,16 @@ private:
         if (ins->setBindings(columns, plan_.shape->types.data(), dst_.error()) != 0) return report(dst_.failRecord());
         insert_ = ins.get();
         arrays_ = plan_.batch > 1;
+        std::optional<Statement> arr;
+        if (!plan_.arraySql.empty()) {
+            arr.emplace(dst_, dst_.connection()->createPreparedStatement(plan_.arraySql.c_str(), dst_.error()));
+            if (arr->get() == nullptr) return report(dst_.failRecord());
+            // One text a column, each the column's array literal.
+            std::vector<unsigned int> texts(columns.size(), DataTypes::STRING);
+            if ((*arr)->setBindings(columns, texts.data(), dst_.error()) != 0) return report(dst_.failRecord());
+            arrayInsert_ = arr->get();
+            batch_.emplace(plan_.shape->types);
+        }
         // Chunks commit at their ends only; a single read every `commitEvery` rows.
         commitEvery_ = plan_.nextChunk ? 0 : plan_.commitEvery;
 
@@ -80,6 +96,8 @@ private:
                 if (!flush()) return false;
                 break;
             case Block::ChunkEnd: {
+                // A batch holds one chunk's rows at most, so that a failure names the chunk it came from.
+                if (!sendArrays()) return false;
                 const bool due = plan_.commitEvery > 0
                                      ? sinceCommit_ >= static_cast<uint64_t>(plan_.commitEvery)
                                      : std::chrono::steady_clock::now() - lastCommit_ >=
@@ -89,7 +107,7 @@ private:
             }
             case Block::End:
                 if (stop_ || Interrupt::happened()) return false;
-                return commit();
+                return sendArrays() && commit();
             case Block::Failed:
                 return b.reported ? report(false) : false;
             }
@@ -194,6 +212,18 @@ private:
 
     bool flush() {
         if (pending_.empty()) return true;
+        if (arrayInsert_ != nullptr) {
+            // The rows stay until their batch is in: a failing batch goes again row by row.
+            for (RowPtr& r : pending_) {
+                batch_->add(r.get());
+                batchRows_.push_back(std::move(r));
+            }
+            pending_.clear();
+            const bool commitDue =
+                commitEvery_ > 0 && sinceCommit_ + batch_->rows() >= static_cast<uint64_t>(commitEvery_);
+            if (batch_->rows() >= plan_.arrayRows || batch_->bytes() >= kArrayBytes || commitDue) return sendArrays();
+            return true;
+        }
         bool done = false;
         if (arrays_) {
             std::vector<const RowInternal2*> block;
@@ -218,6 +248,40 @@ private:
         pending_.clear();
         if (commitEvery_ > 0 && sinceCommit_ >= static_cast<uint64_t>(commitEvery_)) return commit();
         return true;
+    }
+
+    // The batch of column arrays as one statement, then a commit where due.
+    bool sendArrays() {
+        if (arrayInsert_ == nullptr || batch_->rows() == 0) return true;
+        if (arrayInsert_->execute(batch_->packed(), dst_.error()) != 0) return arraysFailed();
+        const size_t n = batch_->rows();
+        batch_->clear();
+        batchRows_.clear();
+        result_.rows += n;
+        result_.columnArrays = true;
+        sinceCommit_ += n;
+        progress_.advance(n);
+        if (commitEvery_ > 0 && sinceCommit_ >= static_cast<uint64_t>(commitEvery_)) return commit();
+        return true;
+    }
+
+    // The database names no element of an array: after the rollback the
+    // batch's rows go again one by one through the single-row INSERT, to
+    // name the first one it refuses alone, and that is rolled back too.
+    bool arraysFailed() {
+        const std::string batchText = recordText(dst_.error());
+        const uint64_t first = result_.rows;
+        dst_.connection()->rollback(dst_.error());
+        std::string alone;
+        for (size_t i = 0; i < batchRows_.size(); ++i)
+            if (insert_->execute(batchRows_[i].get(), dst_.error()) != 0) {
+                alone = "; alone, row " + std::to_string(first + i) + " fails: " + recordText(dst_.error());
+                break;
+            }
+        dst_.connection()->rollback(dst_.error());
+        return report(dst_.fail("rows " + std::to_string(first) + " to " +
+                                std::to_string(first + batchRows_.size() - 1) + " (counted from 0)" + range_ +
+                                ", sent as one statement of column arrays: " + batchText + alone));
     }
 
     bool commit() {
@@ -258,6 +322,9 @@ private:
     Progress& progress_;
     std::atomic<bool>& stop_;
     PreparedStatement* insert_ = nullptr;
+    PreparedStatement* arrayInsert_ = nullptr;  // null: rows go through insert_
+    std::optional<ColumnArrays> batch_;
+    std::vector<RowPtr> batchRows_;
     std::vector<RowPtr> pending_;
     uint64_t sinceCommit_ = 0;
     long commitEvery_ = 0;  // of a single read; chunks commit at their ends
