@@ -226,6 +226,16 @@ void ColumnArrays::add(const KORVEL::Orl::DB::RowInternal2* row) {
     ++rows_;
 }
 
+void ColumnArrays::append(const ColumnArrays& more) {
+    if (more.rows_ == 0) return;
+    for (size_t j = 0; j < texts_.size() && j < more.texts_.size(); ++j) {
+        if (rows_ > 0) texts_[j] += ',';
+        texts_[j].append(more.texts_[j], 1, std::string::npos);  // without its "{"
+    }
+    bytes_ += more.bytes_ + (rows_ > 0 ? texts_.size() : 0);
+    rows_ += more.rows_;
+}
+
 const KORVEL::Orl::DB::RowInternal2* ColumnArrays::packed() {
     // The packed row's layout: a 48-byte header, the offset table of n + 1
     // entries, 4 spare bytes, then each value with its NUL.

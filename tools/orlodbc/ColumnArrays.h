@@ -60,6 +60,8 @@ class ColumnArrays {
 public:
     explicit ColumnArrays(std::vector<unsigned int> words);
     void add(const KORVEL::Orl::DB::RowInternal2* row);
+    // Appends the rows of another batch of the same columns.
+    void append(const ColumnArrays& more);
     size_t rows() const { return rows_; }
     size_t bytes() const { return bytes_; }
     // The closed literals as a packed row; valid until the next add or clear.

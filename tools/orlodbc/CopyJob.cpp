@@ -1,5 +1,6 @@
 #include "tools/orlodbc/CopyJob.h"
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <cstring>
@@ -24,7 +25,9 @@ namespace {
 // rows from the source into blocks, and this thread writes each block to the
 // target's INSERT. The two databases work at once: a block is read while the
 // one before it is written, which takes a copy from the sum of the two sides'
-// times towards the longer one. At most kDepth blocks wait between them.
+// times towards the longer one. At most kDepth blocks wait between them, or
+// into column arrays a batch's worth: the reader writes the next batch's
+// texts while the target runs the last one.
 class CopyJob {
 public:
     CopyJob(BulkLink& src, BulkLink& dst, const JobPlan& plan, Progress& progress, std::atomic<bool>& stop)
@@ -49,6 +52,9 @@ private:
     struct Block {
         enum Kind { Rows, ChunkEnd, End, Failed } kind = Rows;
         std::vector<RowPtr> rows;
+        // Into column arrays: the rows' array texts, written by the reader
+        // while the target runs the batch before.
+        std::optional<ColumnArrays> texts;
         std::string range;     // how a failure names the part the rows came from
         bool reported = false;  // Failed: the source link holds why; else another job or a signal stopped it
     };
@@ -70,6 +76,7 @@ private:
             if ((*arr)->setBindings(columns, texts.data(), dst_.error()) != 0) return report(dst_.failRecord());
             arrayInsert_ = arr->get();
             batch_.emplace(plan_.shape->types);
+            depth_ = std::max(kDepth, plan_.arrayRows / static_cast<size_t>(plan_.batch) + 1);
         }
         // Chunks commit at their ends only; a single read every `commitEvery` rows.
         commitEvery_ = plan_.nextChunk ? 0 : plan_.commitEvery;
@@ -93,6 +100,7 @@ private:
             case Block::Rows:
                 range_ = b.range;
                 pending_ = std::move(b.rows);
+                texts_ = std::move(b.texts);
                 if (!flush()) return false;
                 break;
             case Block::ChunkEnd: {
@@ -159,6 +167,7 @@ private:
             ++read_;
             block.rows.push_back(std::move(row));
             if (block.rows.size() >= cutAt(commitEvery)) {
+                writeTexts(block);
                 handed_ += block.rows.size();
                 hand(std::move(block));
                 block = Block();
@@ -175,10 +184,17 @@ private:
         // need that file.
         src_.connection()->rollback(src_.error());
         if (!block.rows.empty()) {
+            writeTexts(block);
             handed_ += block.rows.size();
             hand(std::move(block));
         }
         return true;
+    }
+
+    void writeTexts(Block& block) const {
+        if (plan_.arraySql.empty()) return;
+        block.texts.emplace(plan_.shape->types);
+        for (const RowPtr& r : block.rows) block.texts->add(r.get());
     }
 
     // Rows in the block being filled when it is handed over.
@@ -195,7 +211,7 @@ private:
 
     void hand(Block b) {
         std::unique_lock<std::mutex> lock(mutex_);
-        moved_.wait(lock, [this] { return queue_.size() < kDepth || abort_; });
+        moved_.wait(lock, [this] { return queue_.size() < depth_ || abort_; });
         if (abort_) return;
         queue_.push_back(std::move(b));
         moved_.notify_all();
@@ -214,10 +230,11 @@ private:
         if (pending_.empty()) return true;
         if (arrayInsert_ != nullptr) {
             // The rows stay until their batch is in: a failing batch goes again row by row.
-            for (RowPtr& r : pending_) {
-                batch_->add(r.get());
-                batchRows_.push_back(std::move(r));
-            }
+            if (texts_) batch_->append(*texts_);
+            else
+                for (const RowPtr& r : pending_) batch_->add(r.get());
+            texts_.reset();
+            for (RowPtr& r : pending_) batchRows_.push_back(std::move(r));
             pending_.clear();
             const bool commitDue =
                 commitEvery_ > 0 && sinceCommit_ + batch_->rows() >= static_cast<uint64_t>(commitEvery_);
@@ -326,6 +343,7 @@ private:
     std::optional<ColumnArrays> batch_;
     std::vector<RowPtr> batchRows_;
     std::vector<RowPtr> pending_;
+    std::optional<ColumnArrays> texts_;  // of pending_, when the reader wrote them
     uint64_t sinceCommit_ = 0;
     long commitEvery_ = 0;  // of a single read; chunks commit at their ends
     // The reader's counts: rows read, and of them handed over in blocks.
@@ -334,6 +352,7 @@ private:
     std::mutex mutex_;
     std::condition_variable moved_;  // a block handed over or taken, or the writer gone
     std::deque<Block> queue_;
+    size_t depth_ = kDepth;  // blocks the queue holds
     std::atomic<bool> abort_{false};  // the writer stopped: the reader ends
     std::chrono::steady_clock::time_point lastCommit_ = std::chrono::steady_clock::now();
     std::string range_;     // how a failure names the part being read
