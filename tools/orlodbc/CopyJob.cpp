@@ -76,7 +76,7 @@ private:
             if ((*arr)->setBindings(columns, texts.data(), dst_.error()) != 0) return report(dst_.failRecord());
             arrayInsert_ = arr->get();
             batch_.emplace(plan_.shape->types);
-            depth_ = std::max(kDepth, plan_.arrayRows / static_cast<size_t>(plan_.batch) + 1);
+            depth_ = std::max(kDepth, plan_.arrayRows / std::min(plan_.arrayRows, static_cast<size_t>(plan_.batch)) + 1);
         }
         // Chunks commit at their ends only; a single read every `commitEvery` rows.
         commitEvery_ = plan_.nextChunk ? 0 : plan_.commitEvery;
@@ -200,6 +200,8 @@ private:
     // Rows in the block being filled when it is handed over.
     size_t cutAt(long commitEvery) const {
         long room = plan_.batch;
+        if (!plan_.arraySql.empty() && static_cast<long>(plan_.arrayRows) < room)
+            room = static_cast<long>(plan_.arrayRows);
         if (commitEvery > 0) {
             const long due = commitEvery - static_cast<long>(handed_ % static_cast<uint64_t>(commitEvery));
             if (due < room) room = due;
@@ -230,6 +232,9 @@ private:
         if (pending_.empty()) return true;
         if (arrayInsert_ != nullptr) {
             // The rows stay until their batch is in: a failing batch goes again row by row.
+            // A batch is whole blocks, which the reader cuts no longer than a batch.
+            if (batch_->rows() > 0 && batch_->rows() + pending_.size() > plan_.arrayRows && !sendArrays())
+                return false;
             if (texts_) batch_->append(*texts_);
             else
                 for (const RowPtr& r : pending_) batch_->add(r.get());
