@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <initializer_list>
+#include <limits>
 
 #include "datatypes/DataTypes.h"
 #include "tools/orlodbc/Links.h"
@@ -243,6 +244,7 @@ const KORVEL::Orl::DB::RowInternal2* ColumnArrays::packed() {
     const size_t table = 48 + 4 * (n + 1) + 4;
     size_t size = table;
     for (const std::string& t : texts_) size += t.size() + 2;  // "}" and the NUL
+    if (size > static_cast<size_t>(std::numeric_limits<int32_t>::max())) return nullptr;
     packed_.assign(table, 0);
     packed_.reserve(size);
     uint32_t word = static_cast<uint32_t>(size);

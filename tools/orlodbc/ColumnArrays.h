@@ -64,7 +64,8 @@ public:
     void append(const ColumnArrays& more);
     size_t rows() const { return rows_; }
     size_t bytes() const { return bytes_; }
-    // The closed literals as a packed row; valid until the next add or clear.
+    // The closed literals as a packed row; valid until the next add or
+    // clear. Null when they pass what a packed row's 32-bit offsets reach.
     const KORVEL::Orl::DB::RowInternal2* packed();
     void clear();
 

@@ -275,7 +275,13 @@ private:
     // The batch of column arrays as one statement, then a commit where due.
     bool sendArrays() {
         if (arrayInsert_ == nullptr || batch_->rows() == 0) return true;
-        if (arrayInsert_->execute(batch_->packed(), dst_.error()) != 0) return arraysFailed();
+        const RowInternal2* packed = batch_->packed();
+        if (packed == nullptr)
+            return report(dst_.fail("rows " + std::to_string(result_.rows) + " to " +
+                                    std::to_string(result_.rows + batch_->rows() - 1) +
+                                    " (counted from 0): their array texts pass 2 GB; copy with fewer "
+                                    "--rows-per-statement or a smaller --batch"));
+        if (arrayInsert_->execute(packed, dst_.error()) != 0) return arraysFailed();
         const size_t n = batch_->rows();
         batch_->clear();
         batchRows_.clear();
