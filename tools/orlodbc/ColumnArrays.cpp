@@ -113,7 +113,7 @@ bool readArrayElements(ClassicLink& target, const Dialect& d, const TableName& t
         "WHERE a.attrelid = CAST(CAST(? AS TEXT) AS regclass) AND a.attnum > 0 AND NOT a.attisdropped "
         "ORDER BY a.attnum";
     std::vector<ArrayElement> all;
-    const bool read = eachTextRow(*target.get(), sql, {quoteTable(d, table)}, 6, [&all](const std::vector<const char*>& c) {
+    const auto row = [&all](const std::vector<const char*>& c) {
         ArrayElement e;
         e.name = c[0] ? c[0] : "";
         e.oid = static_cast<uint32_t>(std::strtoul(c[1] ? c[1] : "0", nullptr, 10));
@@ -122,8 +122,8 @@ bool readArrayElements(ClassicLink& target, const Dialect& d, const TableName& t
         e.delimiter = c[4] && *c[4] ? *c[4] : '?';
         e.hasArray = c[5] && std::strcmp(c[5], "1") == 0;
         all.push_back(e);
-    });
-    if (!read) return target.failed(why);
+    };
+    if (!eachTextRow(*target.get(), sql, {quoteTable(d, table)}, 6, row)) return target.failed(why);
     target.get()->rollback();
     out.clear();
     for (const std::string& name : names) {

@@ -76,7 +76,8 @@ private:
             if ((*arr)->setBindings(columns, texts.data(), dst_.error()) != 0) return report(dst_.failRecord());
             arrayInsert_ = arr->get();
             batch_.emplace(plan_.shape->types);
-            depth_ = std::max(kDepth, plan_.arrayRows / std::min(plan_.arrayRows, static_cast<size_t>(plan_.batch)) + 1);
+            const size_t block = std::max<size_t>(1, std::min(plan_.arrayRows, static_cast<size_t>(plan_.batch)));
+            depth_ = std::max(kDepth, plan_.arrayRows / block + 1);
         }
         // Chunks commit at their ends only; a single read every `commitEvery` rows.
         commitEvery_ = plan_.nextChunk ? 0 : plan_.commitEvery;

@@ -24,7 +24,9 @@ std::vector<unsigned char> bytesOf(T v) {
     return b;
 }
 
-std::vector<unsigned char> textOf(const std::string& s) { return std::vector<unsigned char>(s.c_str(), s.c_str() + s.size() + 1); }
+std::vector<unsigned char> textOf(const std::string& s) {
+    return std::vector<unsigned char>(s.c_str(), s.c_str() + s.size() + 1);
+}
 
 std::vector<unsigned char> binaryOf(const std::string& s) {
     std::vector<unsigned char> b(4 + s.size(), 0);
