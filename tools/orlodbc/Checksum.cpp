@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "datatypes/DataTypes.h"
+#include "tools/orlodbc/PackedCells.h"
 
 using namespace DataTypes;
 
@@ -88,8 +89,7 @@ std::string canonicalValue(unsigned int type, const unsigned char* packed) {
 void TableChecksum::add(const KORVEL::Orl::DB::RowInternal2* row) {
     const unsigned char* base = reinterpret_cast<const unsigned char*>(row);
     for (size_t j = 0; j < types_.size(); ++j) {
-        int32_t offset;
-        std::memcpy(&offset, base + 48 + 4 * j, sizeof offset);
+        const int32_t offset = packedOffset(base, j);
         sums_[j] += hashBytes(canonicalValue(types_[j], offset > 0 ? base + offset : nullptr));
     }
     ++rows_;

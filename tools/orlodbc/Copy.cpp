@@ -11,6 +11,7 @@
 
 #include "datatypes/DataTypes.h"
 #include "tools/orlodbc/Chunks.h"
+#include "tools/orlodbc/ColumnArrays.h"
 #include "tools/orlodbc/CopyJob.h"
 #include "tools/orlodbc/CopyPlan.h"
 #include "tools/orlodbc/Dialect.h"
@@ -167,6 +168,7 @@ private:
     }
     bool splitByColumn();
     bool chunkSource();
+    void chooseColumnArrays();
 
     DriverHost& host_;
     const CopyOptions& o_;
@@ -212,6 +214,8 @@ private:
     } work_;
     struct Jobs {
         std::string targetName, insertSql;
+        std::string arraySql;  // empty: no column arrays
+        size_t arrayRows = 0;
         size_t count = 0;
         std::atomic<size_t> nextChunk{0};
         std::string chunkKeyName;
@@ -224,7 +228,7 @@ private:
     struct Tally {
         double seconds = 0;
         uint64_t rows = 0, committed = 0;
-        bool arrays = false;
+        bool arrays = false, columnArrays = false;
     } tally_;
 };
 
@@ -498,6 +502,8 @@ bool CopyRun::openJobs() {
     jobs_.insertSql = "INSERT INTO " + jobs_.targetName + " (" + quoteNames(s_.toDialect, shape.names) +
                       ") VALUES (" + params + ")";
 
+    chooseColumnArrays();
+
     const size_t jobs = jobs_.count = work_.conditions.size();
     // Jobs take the chunks in key order, each the next one left.
     jobs_.chunkKeyName =
@@ -517,6 +523,8 @@ bool CopyRun::openJobs() {
         p.selectSql = condition.empty() ? read_.wholeSql
                                         : "SELECT " + read_.selectList + " FROM " + src_.from + " WHERE " + condition;
         p.insertSql = jobs_.insertSql;
+        p.arraySql = jobs_.arraySql;
+        p.arrayRows = jobs_.arrayRows;
         p.range = jobs > 1 ? " of job " + std::to_string(i + 1) + " (" + condition + ")" : "";
         p.shape = &read_.planned;
         p.marked = &read_.plan.marked;
@@ -534,6 +542,25 @@ bool CopyRun::openJobs() {
         }
     }
     return true;
+}
+
+// Into PostgreSQL the rows go as column arrays where every column's values
+// are known to arrive as a direct INSERT writes them; otherwise, or when the
+// catalog can't be read, as multi-row INSERTs, which the summary line tells.
+void CopyRun::chooseColumnArrays() {
+    if (s_.toDialect.kind != DbKind::PostgreSQL || !o_.columnArrays || o_.rowsPerStatement == 0 ||
+        o_.rowsPerStatement == 1)
+        return;
+    ClassicLink target(host_);
+    std::vector<ArrayElement> elements;
+    std::string why;
+    if (!target.open(s_.toService, why) ||
+        !readArrayElements(target, s_.toDialect, *writeTable_, src_.shape.names, elements, why))
+        return;
+    for (size_t j = 0; j < elements.size(); ++j)
+        if (!elementFits(read_.planned.types[j], elements[j])) return;
+    jobs_.arraySql = arrayInsertSql(s_.toDialect, jobs_.targetName, src_.shape.names, elements);
+    jobs_.arrayRows = static_cast<size_t>(o_.rowsPerStatement > 1 ? o_.rowsPerStatement : kArrayRowsPerStatement);
 }
 
 void CopyRun::runJobs() {
@@ -570,6 +597,7 @@ bool CopyRun::checkResults() {
         tally_.rows += r.rows;
         tally_.committed += r.committed;
         tally_.arrays = tally_.arrays || r.arrays;
+        tally_.columnArrays = tally_.columnArrays || r.columnArrays;
         if (r.failed && !r.why.empty()) {
             err_ << "orlodbc: copy failed at " << r.why << std::endl;
             failed = true;
@@ -607,7 +635,8 @@ void CopyRun::printSummary() {
          << (work_.chunkColumn >= 0 ? ", chunks of " + grouped(static_cast<uint64_t>(work_.chunkRows)) +
                                           " rows by " + shownName(src_.shape.names[work_.chunkColumn])
                                     : std::string())
-         << (!tally_.arrays              ? std::string()
+         << (tally_.columnArrays ? ", column arrays of up to " + grouped(jobs_.arrayRows) + " rows"
+             : !tally_.arrays    ? std::string()
              : s_.rowsPerStatement > 1 ? ", INSERTs of up to " + std::to_string(s_.rowsPerStatement) + " rows"
                                        : ", row arrays of " + s_.batch) << ")";
     out_ << line.str() << std::endl;

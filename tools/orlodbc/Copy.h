@@ -22,6 +22,10 @@ struct CopyOptions {
     // Rows per multi-row INSERT statement on the target: -1 chooses by the
     // target database, 0 or 1 sends row arrays (or single rows) only.
     int rowsPerStatement = -1;
+    // Into PostgreSQL, a batch as one statement of column arrays
+    // (ColumnArrays.h), of rowsPerStatement rows when given; off, the rows
+    // go as multi-row INSERTs.
+    bool columnArrays = true;
     int jobs = 1;
     std::string splitBy;   // name of the integer key column that divides the work of the jobs
     // Rows a chunk: a table with an integer key is read one key range at a
@@ -36,6 +40,9 @@ struct CopyOptions {
 // The rows per multi-row INSERT the copy uses for a target when the user
 // didn't say: where such statements measure faster than row arrays.
 int defaultRowsPerStatement(const Dialect& target);
+
+// Rows a statement of column arrays carries when the user didn't say.
+constexpr int kArrayRowsPerStatement = 10000;
 
 // Returns the exit status: 0 done (and verified), 1 failed, 2 bad usage or set-up.
 // The summary goes to `out`, failures to `err`.

@@ -1,14 +1,19 @@
 #include "tools/orlodbc/CopyJob.h"
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <cstring>
 #include <deque>
 #include <mutex>
+#include <optional>
 #include <thread>
 #include <vector>
 
+#include "datatypes/TypeEnum.h"
+#include "tools/orlodbc/ColumnArrays.h"
 #include "tools/orlodbc/Interrupt.h"
+#include "tools/orlodbc/PackedCells.h"
 #include "tools/orlodbc/Plan.h"
 
 using namespace KORVEL::Orl;
@@ -22,7 +27,9 @@ namespace {
 // rows from the source into blocks, and this thread writes each block to the
 // target's INSERT. The two databases work at once: a block is read while the
 // one before it is written, which takes a copy from the sum of the two sides'
-// times towards the longer one. At most kDepth blocks wait between them.
+// times towards the longer one. At most kDepth blocks wait between them, or
+// into column arrays a batch's worth: the reader writes the next batch's
+// texts while the target runs the last one.
 class CopyJob {
 public:
     CopyJob(BulkLink& src, BulkLink& dst, const JobPlan& plan, Progress& progress, std::atomic<bool>& stop)
@@ -39,12 +46,17 @@ public:
 
 private:
     static constexpr size_t kDepth = 2;
-    static constexpr size_t kOffsetTable = 48;  // where a packed row's offset table starts
+    // A batch of column arrays goes when its text reaches this, whatever
+    // its rows: the memory a job holds stays bounded for wide rows too.
+    static constexpr size_t kArrayBytes = 32u << 20;
 
     // What the reader hands over, in order.
     struct Block {
         enum Kind { Rows, ChunkEnd, End, Failed } kind = Rows;
         std::vector<RowPtr> rows;
+        // Into column arrays: the rows' array texts, written by the reader
+        // while the target runs the batch before.
+        std::optional<ColumnArrays> texts;
         std::string range;     // how a failure names the part the rows came from
         bool reported = false;  // Failed: the source link holds why; else another job or a signal stopped it
     };
@@ -57,6 +69,18 @@ private:
         if (ins->setBindings(columns, plan_.shape->types.data(), dst_.error()) != 0) return report(dst_.failRecord());
         insert_ = ins.get();
         arrays_ = plan_.batch > 1;
+        std::optional<Statement> arr;
+        if (!plan_.arraySql.empty()) {
+            arr.emplace(dst_, dst_.connection()->createPreparedStatement(plan_.arraySql.c_str(), dst_.error()));
+            if (arr->get() == nullptr) return report(dst_.failRecord());
+            // One text a column, each the column's array literal.
+            std::vector<unsigned int> texts(columns.size(), DataTypes::STRING);
+            if ((*arr)->setBindings(columns, texts.data(), dst_.error()) != 0) return report(dst_.failRecord());
+            arrayInsert_ = arr->get();
+            batch_.emplace(plan_.shape->types);
+            const size_t block = std::max<size_t>(1, std::min(plan_.arrayRows, static_cast<size_t>(plan_.batch)));
+            depth_ = std::max(kDepth, plan_.arrayRows / block + 1);
+        }
         // Chunks commit at their ends only; a single read every `commitEvery` rows.
         commitEvery_ = plan_.nextChunk ? 0 : plan_.commitEvery;
 
@@ -79,9 +103,12 @@ private:
             case Block::Rows:
                 range_ = b.range;
                 pending_ = std::move(b.rows);
+                texts_ = std::move(b.texts);
                 if (!flush()) return false;
                 break;
             case Block::ChunkEnd: {
+                // A batch holds one chunk's rows at most, so that a failure names the chunk it came from.
+                if (!sendArrays()) return false;
                 const bool due = plan_.commitEvery > 0
                                      ? sinceCommit_ >= static_cast<uint64_t>(plan_.commitEvery)
                                      : std::chrono::steady_clock::now() - lastCommit_ >=
@@ -91,7 +118,7 @@ private:
             }
             case Block::End:
                 if (stop_ || Interrupt::happened()) return false;
-                return commit();
+                return sendArrays() && commit();
             case Block::Failed:
                 return b.reported ? report(false) : false;
             }
@@ -148,6 +175,7 @@ private:
             }
             block.rows.push_back(std::move(row));
             if (block.rows.size() >= cutAt(commitEvery)) {
+                writeTexts(block);
                 handed_ += block.rows.size();
                 hand(std::move(block));
                 block = Block();
@@ -164,6 +192,7 @@ private:
         // need that file.
         src_.connection()->rollback(src_.error());
         if (!block.rows.empty()) {
+            writeTexts(block);
             handed_ += block.rows.size();
             hand(std::move(block));
         }
@@ -177,8 +206,7 @@ private:
         if (plan_.marked == nullptr) return true;
         char* base = reinterpret_cast<char*>(row);
         for (size_t j : *plan_.marked) {
-            int32_t offset;
-            std::memcpy(&offset, base + kOffsetTable + 4 * j, sizeof offset);
+            const int32_t offset = packedOffset(base, j);
             if (offset > 0 && !unmark(base + offset)) {
                 badColumn_ = j;
                 return false;
@@ -187,9 +215,17 @@ private:
         return true;
     }
 
+    void writeTexts(Block& block) const {
+        if (plan_.arraySql.empty()) return;
+        block.texts.emplace(plan_.shape->types);
+        for (const RowPtr& r : block.rows) block.texts->add(r.get());
+    }
+
     // Rows in the block being filled when it is handed over.
     size_t cutAt(long commitEvery) const {
         long room = plan_.batch;
+        if (!plan_.arraySql.empty() && static_cast<long>(plan_.arrayRows) < room)
+            room = static_cast<long>(plan_.arrayRows);
         if (commitEvery > 0) {
             const long due = commitEvery - static_cast<long>(handed_ % static_cast<uint64_t>(commitEvery));
             if (due < room) room = due;
@@ -201,7 +237,7 @@ private:
 
     void hand(Block b) {
         std::unique_lock<std::mutex> lock(mutex_);
-        moved_.wait(lock, [this] { return queue_.size() < kDepth || abort_; });
+        moved_.wait(lock, [this] { return queue_.size() < depth_ || abort_; });
         if (abort_) return;
         queue_.push_back(std::move(b));
         moved_.notify_all();
@@ -218,6 +254,22 @@ private:
 
     bool flush() {
         if (pending_.empty()) return true;
+        if (arrayInsert_ != nullptr) {
+            // The rows stay until their batch is in: a failing batch goes again row by row.
+            // A batch is whole blocks, which the reader cuts no longer than a batch.
+            if (batch_->rows() > 0 && batch_->rows() + pending_.size() > plan_.arrayRows && !sendArrays())
+                return false;
+            if (texts_) batch_->append(*texts_);
+            else
+                for (const RowPtr& r : pending_) batch_->add(r.get());
+            texts_.reset();
+            for (RowPtr& r : pending_) batchRows_.push_back(std::move(r));
+            pending_.clear();
+            const bool commitDue =
+                commitEvery_ > 0 && sinceCommit_ + batch_->rows() >= static_cast<uint64_t>(commitEvery_);
+            if (batch_->rows() >= plan_.arrayRows || batch_->bytes() >= kArrayBytes || commitDue) return sendArrays();
+            return true;
+        }
         bool done = false;
         if (arrays_) {
             std::vector<const RowInternal2*> block;
@@ -242,6 +294,46 @@ private:
         pending_.clear();
         if (commitEvery_ > 0 && sinceCommit_ >= static_cast<uint64_t>(commitEvery_)) return commit();
         return true;
+    }
+
+    // The batch of column arrays as one statement, then a commit where due.
+    bool sendArrays() {
+        if (arrayInsert_ == nullptr || batch_->rows() == 0) return true;
+        const RowInternal2* packed = batch_->packed();
+        if (packed == nullptr)
+            return report(dst_.fail("rows " + std::to_string(result_.rows) + " to " +
+                                    std::to_string(result_.rows + batch_->rows() - 1) +
+                                    " (counted from 0): their array texts pass 2 GB; copy with fewer "
+                                    "--rows-per-statement or a smaller --batch"));
+        if (arrayInsert_->execute(packed, dst_.error()) != 0) return arraysFailed();
+        const size_t n = batch_->rows();
+        batch_->clear();
+        batchRows_.clear();
+        result_.rows += n;
+        result_.columnArrays = true;
+        sinceCommit_ += n;
+        progress_.advance(n);
+        if (commitEvery_ > 0 && sinceCommit_ >= static_cast<uint64_t>(commitEvery_)) return commit();
+        return true;
+    }
+
+    // The database names no element of an array: after the rollback the
+    // batch's rows go again one by one through the single-row INSERT, to
+    // name the first one it refuses alone, and that is rolled back too.
+    bool arraysFailed() {
+        const std::string batchText = recordText(dst_.error());
+        const uint64_t first = result_.rows;
+        dst_.connection()->rollback(dst_.error());
+        std::string alone;
+        for (size_t i = 0; i < batchRows_.size(); ++i)
+            if (insert_->execute(batchRows_[i].get(), dst_.error()) != 0) {
+                alone = "; alone, row " + std::to_string(first + i) + " fails: " + recordText(dst_.error());
+                break;
+            }
+        dst_.connection()->rollback(dst_.error());
+        return report(dst_.fail("rows " + std::to_string(first) + " to " +
+                                std::to_string(first + batchRows_.size() - 1) + " (counted from 0)" + range_ +
+                                ", sent as one statement of column arrays: " + batchText + alone));
     }
 
     bool commit() {
@@ -282,7 +374,11 @@ private:
     Progress& progress_;
     std::atomic<bool>& stop_;
     PreparedStatement* insert_ = nullptr;
+    PreparedStatement* arrayInsert_ = nullptr;  // null: rows go through insert_
+    std::optional<ColumnArrays> batch_;
+    std::vector<RowPtr> batchRows_;
     std::vector<RowPtr> pending_;
+    std::optional<ColumnArrays> texts_;  // of pending_, when the reader wrote them
     uint64_t sinceCommit_ = 0;
     long commitEvery_ = 0;  // of a single read; chunks commit at their ends
     // The reader's counts: rows read, and of them handed over in blocks.
@@ -292,6 +388,7 @@ private:
     std::mutex mutex_;
     std::condition_variable moved_;  // a block handed over or taken, or the writer gone
     std::deque<Block> queue_;
+    size_t depth_ = kDepth;  // blocks the queue holds
     std::atomic<bool> abort_{false};  // the writer stopped: the reader ends
     std::chrono::steady_clock::time_point lastCommit_ = std::chrono::steady_clock::now();
     std::string range_;     // how a failure names the part being read

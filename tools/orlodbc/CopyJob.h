@@ -19,6 +19,7 @@ struct JobResult {
     bool failed = false;
     std::string why;
     bool arrays = false;     // the driver took row arrays
+    bool columnArrays = false;  // the rows went as column arrays
 };
 
 struct JobPlan {
@@ -40,6 +41,11 @@ struct JobPlan {
     // copy's time when every 50,000-row chunk had one) stays a small part.
     std::function<bool(std::string& selectSql, std::string& range)> nextChunk;
     double commitSeconds = 1.0;
+    // Into PostgreSQL: the INSERT that takes a batch as one array a column
+    // (ColumnArrays.h), empty to write blocks through insertSql; the rows
+    // of a batch.
+    std::string arraySql;
+    size_t arrayRows = 0;
 };
 
 // Runs the plan on its own pair of connections. `stop` is shared by the jobs

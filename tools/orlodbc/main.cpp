@@ -194,9 +194,13 @@ int main(int argc, char** argv) {
         ->capture_default_str();
     copyCmd
         ->add_option("--rows-per-statement", copy.rowsPerStatement,
-                     "rows per multi-row INSERT on the target (default: 500 into PostgreSQL and SQLite, where they "
-                     "are faster than row arrays; 0 for row arrays only)")
+                     "rows a statement carries on the target: column arrays into PostgreSQL (default 10000), "
+                     "else multi-row INSERTs (default 500 into PostgreSQL and SQLite, where they are faster than "
+                     "row arrays); 0 for row arrays only")
         ->check(CLI::Range(0, 100000));
+    bool noColumnArrays = false;
+    copyCmd->add_flag("--no-column-arrays", noColumnArrays,
+                      "into PostgreSQL, send multi-row INSERTs rather than one array a column");
     copyCmd->add_option("--jobs", copy.jobs, "parallel connections, each copying one key range")
         ->check(CLI::Range(1, 64))
         ->capture_default_str();
@@ -233,6 +237,7 @@ int main(int argc, char** argv) {
             std::cerr << "orlodbc: copy from a query needs --to-table" << std::endl;
             return 2;
         }
+        copy.columnArrays = !noColumnArrays;
         copy.progress = progress == "always" || (progress == "auto" && isatty(fileno(stderr)) == 1);
     }
 
