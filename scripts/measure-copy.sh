@@ -170,7 +170,7 @@ wide_select() {
     case "$1" in
         maria) bin="encode(bin, 'hex')" ;;
         sqlite)
-            d="to_char(d, 'YYYY-MM-DD') || ' 00:00:00.000'"
+            d="to_char(d, 'YYYY-MM-DD')"
             ts="to_char(ts, 'YYYY-MM-DD HH24:MI:SS.MS')"
             bin="encode(bin, 'hex')" ;;
     esac
