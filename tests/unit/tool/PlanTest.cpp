@@ -153,6 +153,30 @@ TEST(Plan, ReadsAndLosses) {
     }
 }
 
+// A query column as a driver describes it, for the table-driven cases below.
+struct Described {
+    DbKind db;
+    unsigned int word;
+    short sqlType;
+    const char* typeName;
+    long size;
+    int digits;
+    bool unsignedInt;
+
+    ColumnType type() const {
+        QueryColumn d;
+        d.sqlType = sqlType;
+        d.typeName = typeName;
+        d.size = size;
+        d.digits = digits;
+        d.unsignedInt = unsignedInt;
+        return fromDescription(db, word, d);
+    }
+    std::string label() const {
+        return std::string(kindName(db)) + " " + typeName + "(" + std::to_string(size) + ")";
+    }
+};
+
 // A --query column is known by what its driver describes, measured: SQLite's
 // describes INTEGER as 32-bit and every expression as varchar(255);
 // PostgreSQL's every numeric without a declared precision (a computation, an
@@ -160,59 +184,47 @@ TEST(Plan, ReadsAndLosses) {
 // 255 long; MariaDB's an unsigned int as a signed one, with SQL_DESC_UNSIGNED.
 TEST(Plan, QueryColumnsByWhatTheDriverDescribes) {
     struct Case {
-        DbKind db;
-        unsigned int word;
-        short sqlType;
-        const char* typeName;
-        long size;
-        int digits;
-        bool unsignedInt;
+        Described col;
         Kind kind;
         int wantSize, wantScale;
     } cases[] = {
-        {SL, INTEGER, SQL_INTEGER, "INTEGER", 10, 0, false, Kind::Int64, 0, 0},
-        {SL, INTEGER, SQL_SMALLINT, "SMALLINT", 5, 0, false, Kind::Int64, 0, 0},
-        {SL, INTEGER, SQL_TINYINT, "TINYINT", 3, 0, false, Kind::Int64, 0, 0},
-        {SL, INTEGER, 0, "", 0, 0, false, Kind::Int64, 0, 0},  // nothing described: still SQLite's
-        {SL, STRING, SQL_VARCHAR, "varchar", 255, 0, false, Kind::Text, 0, 0},  // a*2, sum(a), literals
-        {SL, STRING, SQL_VARCHAR, "VARCHAR", 20, 0, false, Kind::Text, 0, 0},   // any length fits
-        {SL, FLOAT, SQL_DOUBLE, "NUMERIC", 10, 0, false, Kind::Float64, 0, 0},
-        {SL, BIGDATETIME, SQL_TYPE_TIMESTAMP, "TIMESTAMP", 32, 0, false, Kind::Timestamp, 6, 0},
-        {SL, TIME, SQL_TYPE_TIME, "TIME", 8, 0, false, Kind::Time, 6, 0},
-        {PG, INTEGER, SQL_INTEGER, "int4", 10, 0, false, Kind::Int32, 0, 0},
-        {PG, INTEGER, SQL_SMALLINT, "int2", 5, 0, false, Kind::Int16, 0, 0},
-        {PG, LONG, SQL_BIGINT, "int8", 19, 0, false, Kind::Int64, 0, 0},
-        {PG, decimalWord(28, 6), SQL_NUMERIC, "numeric", 28, 6, false, Kind::Decimal, 0, 0},
-        {PG, decimalWord(10, 2), SQL_NUMERIC, "numeric", 10, 2, false, Kind::Decimal, 10, 2},
-        {PG, decimalWord(20, 3), SQL_NUMERIC, "numeric", 20, 3, false, Kind::Decimal, 20, 3},
-        {PG, STRING, SQL_VARCHAR, "varchar", 255, 0, false, Kind::Text, 0, 0},
-        {PG, STRING, SQL_VARCHAR, "varchar", 20, 0, false, Kind::Varchar, 20, 0},
-        {PG, STRING, SQL_LONGVARCHAR, "varchar", 300, 0, false, Kind::Varchar, 300, 0},
-        {PG, STRING, SQL_LONGVARCHAR, "text", 8190, 0, false, Kind::Text, 0, 0},
-        {PG, STRING, SQL_CHAR, "char", 84, 0, false, Kind::Char, 84, 0},
-        {PG, STRING, SQL_VARCHAR, "bool", 5, 0, false, Kind::Boolean, 0, 0},
-        {PG, FLOAT, SQL_REAL, "float4", 9, 0, false, Kind::Float32, 0, 0},
-        {PG, TIME, SQL_TYPE_TIME, "time", 8, 6, false, Kind::Time, 6, 0},
-        {PG, BIGDATETIME, SQL_TYPE_TIMESTAMP, "timestamp", 26, 3, false, Kind::Timestamp, 3, 0},
-        {PG, BINARY, SQL_LONGVARBINARY, "bytea", 0, 0, false, Kind::Blob, 0, 0},
-        {MA, INTEGER, SQL_INTEGER, "integer", 10, 0, true, Kind::Int64, 0, 0},
-        {MA, INTEGER, SQL_TINYINT, "tinyint", 3, 0, false, Kind::Int8, 0, 0},
-        {MA, LONG, SQL_BIGINT, "bigint", 19, 0, true, Kind::Decimal, 20, 0},
-        {MA, decimalWord(32, 0), SQL_DECIMAL, "decimal", 32, 0, false, Kind::Decimal, 32, 0},  // sum(int)
-        {MA, STRING, SQL_VARCHAR, "varchar", 200, 0, false, Kind::Varchar, 200, 0},
-        {MA, STRING, SQL_LONGVARCHAR, "longtext", 16777216, 0, false, Kind::Text, 0, 0},
-        {MA, BINARY, SQL_VARBINARY, "varbinary", 16, 0, false, Kind::Varbinary, 16, 0},
-        {MA, TIME, SQL_TYPE_TIME, "time", 15, 6, false, Kind::Time, 6, 0},
+        {{SL, INTEGER, SQL_INTEGER, "INTEGER", 10, 0, false}, Kind::Int64, 0, 0},
+        {{SL, INTEGER, SQL_SMALLINT, "SMALLINT", 5, 0, false}, Kind::Int64, 0, 0},
+        {{SL, INTEGER, SQL_TINYINT, "TINYINT", 3, 0, false}, Kind::Int64, 0, 0},
+        {{SL, INTEGER, 0, "", 0, 0, false}, Kind::Int64, 0, 0},  // nothing described: still SQLite's
+        {{SL, STRING, SQL_VARCHAR, "varchar", 255, 0, false}, Kind::Text, 0, 0},  // a*2, sum(a), literals
+        {{SL, STRING, SQL_VARCHAR, "VARCHAR", 20, 0, false}, Kind::Text, 0, 0},   // any length fits
+        {{SL, FLOAT, SQL_DOUBLE, "NUMERIC", 10, 0, false}, Kind::Float64, 0, 0},
+        {{SL, BIGDATETIME, SQL_TYPE_TIMESTAMP, "TIMESTAMP", 32, 0, false}, Kind::Timestamp, 6, 0},
+        {{SL, TIME, SQL_TYPE_TIME, "TIME", 8, 0, false}, Kind::Time, 6, 0},
+        {{PG, INTEGER, SQL_INTEGER, "int4", 10, 0, false}, Kind::Int32, 0, 0},
+        {{PG, INTEGER, SQL_SMALLINT, "int2", 5, 0, false}, Kind::Int16, 0, 0},
+        {{PG, LONG, SQL_BIGINT, "int8", 19, 0, false}, Kind::Int64, 0, 0},
+        {{PG, decimalWord(28, 6), SQL_NUMERIC, "numeric", 28, 6, false}, Kind::Decimal, 0, 0},
+        {{PG, decimalWord(10, 2), SQL_NUMERIC, "numeric", 10, 2, false}, Kind::Decimal, 10, 2},
+        {{PG, decimalWord(20, 3), SQL_NUMERIC, "numeric", 20, 3, false}, Kind::Decimal, 20, 3},
+        {{PG, STRING, SQL_VARCHAR, "varchar", 255, 0, false}, Kind::Text, 0, 0},
+        {{PG, STRING, SQL_VARCHAR, "varchar", 20, 0, false}, Kind::Varchar, 20, 0},
+        {{PG, STRING, SQL_LONGVARCHAR, "varchar", 300, 0, false}, Kind::Varchar, 300, 0},
+        {{PG, STRING, SQL_LONGVARCHAR, "text", 8190, 0, false}, Kind::Text, 0, 0},
+        {{PG, STRING, SQL_CHAR, "char", 84, 0, false}, Kind::Char, 84, 0},
+        {{PG, STRING, SQL_VARCHAR, "bool", 5, 0, false}, Kind::Boolean, 0, 0},
+        {{PG, FLOAT, SQL_REAL, "float4", 9, 0, false}, Kind::Float32, 0, 0},
+        {{PG, TIME, SQL_TYPE_TIME, "time", 8, 6, false}, Kind::Time, 6, 0},
+        {{PG, BIGDATETIME, SQL_TYPE_TIMESTAMP, "timestamp", 26, 3, false}, Kind::Timestamp, 3, 0},
+        {{PG, BINARY, SQL_LONGVARBINARY, "bytea", 0, 0, false}, Kind::Blob, 0, 0},
+        {{MA, INTEGER, SQL_INTEGER, "integer", 10, 0, true}, Kind::Int64, 0, 0},
+        {{MA, INTEGER, SQL_TINYINT, "tinyint", 3, 0, false}, Kind::Int8, 0, 0},
+        {{MA, LONG, SQL_BIGINT, "bigint", 19, 0, true}, Kind::Decimal, 20, 0},
+        {{MA, decimalWord(32, 0), SQL_DECIMAL, "decimal", 32, 0, false}, Kind::Decimal, 32, 0},  // sum(int)
+        {{MA, STRING, SQL_VARCHAR, "varchar", 200, 0, false}, Kind::Varchar, 200, 0},
+        {{MA, STRING, SQL_LONGVARCHAR, "longtext", 16777216, 0, false}, Kind::Text, 0, 0},
+        {{MA, BINARY, SQL_VARBINARY, "varbinary", 16, 0, false}, Kind::Varbinary, 16, 0},
+        {{MA, TIME, SQL_TYPE_TIME, "time", 15, 6, false}, Kind::Time, 6, 0},
     };
     for (const Case& c : cases) {
-        QueryColumn d;
-        d.sqlType = c.sqlType;
-        d.typeName = c.typeName;
-        d.size = c.size;
-        d.digits = c.digits;
-        d.unsignedInt = c.unsignedInt;
-        const ColumnType t = fromDescription(c.db, c.word, d);
-        const std::string what = std::string(kindName(c.db)) + " " + c.typeName + "(" + std::to_string(c.size) + ")";
+        const ColumnType t = c.col.type();
+        const std::string what = c.col.label();
         EXPECT_EQ(static_cast<int>(c.kind), static_cast<int>(t.kind)) << what;
         EXPECT_EQ(c.wantSize, t.size) << what;
         EXPECT_EQ(c.wantScale, t.scale) << what;
@@ -224,43 +236,31 @@ TEST(Plan, QueryColumnsByWhatTheDriverDescribes) {
 // as text; texts that can reach 128 bytes with a mark.
 TEST(Plan, QueryColumnsReadWhole) {
     struct Case {
-        DbKind db;
-        unsigned int word;
-        short sqlType;
-        const char* typeName;
-        long size;
-        int digits;
-        bool unsignedInt;
+        Described col;
         Read read;
         bool marked;
     } cases[] = {
-        {SL, INTEGER, SQL_INTEGER, "INTEGER", 10, 0, false, Read::Text, false},
-        {SL, LONG, SQL_BIGINT, "BIGINT", 20, 0, false, Read::AsIs, false},
-        {SL, STRING, SQL_VARCHAR, "varchar", 255, 0, false, Read::Value, true},  // a*2, f*3: any type
-        {SL, FLOAT, SQL_DOUBLE, "DOUBLE", 54, 0, false, Read::Digits, false},
-        {PG, decimalWord(28, 6), SQL_NUMERIC, "numeric", 28, 6, false, Read::Text, true},
-        {PG, decimalWord(10, 2), SQL_NUMERIC, "numeric", 10, 2, false, Read::AsIs, false},
-        {PG, decimalWord(29, 2), SQL_NUMERIC, "numeric", 29, 2, false, Read::AsIs, false},
-        {PG, decimalWord(30, 2), SQL_NUMERIC, "numeric", 30, 2, false, Read::Text, false},
-        {PG, INTEGER, SQL_INTEGER, "int4", 10, 0, false, Read::AsIs, false},
-        {PG, STRING, SQL_VARCHAR, "varchar", 31, 0, false, Read::AsIs, false},
-        {PG, STRING, SQL_VARCHAR, "varchar", 32, 0, false, Read::AsIs, true},
-        {PG, STRING, SQL_LONGVARCHAR, "text", 8190, 0, false, Read::AsIs, true},
-        {MA, INTEGER, SQL_INTEGER, "integer", 10, 0, true, Read::Text, false},
-        {MA, LONG, SQL_BIGINT, "bigint", 20, 0, true, Read::Text, false},
-        {MA, LONG, SQL_BIGINT, "bigint", 20, 0, false, Read::AsIs, false},
-        {MA, decimalWord(41, 0), SQL_DECIMAL, "decimal", 41, 0, false, Read::Text, false},
+        {{SL, INTEGER, SQL_INTEGER, "INTEGER", 10, 0, false}, Read::Text, false},
+        {{SL, LONG, SQL_BIGINT, "BIGINT", 20, 0, false}, Read::AsIs, false},
+        {{SL, STRING, SQL_VARCHAR, "varchar", 255, 0, false}, Read::Value, true},  // a*2, f*3: any type
+        {{SL, FLOAT, SQL_DOUBLE, "DOUBLE", 54, 0, false}, Read::Digits, false},
+        {{PG, decimalWord(28, 6), SQL_NUMERIC, "numeric", 28, 6, false}, Read::Text, true},
+        {{PG, decimalWord(10, 2), SQL_NUMERIC, "numeric", 10, 2, false}, Read::AsIs, false},
+        {{PG, decimalWord(29, 2), SQL_NUMERIC, "numeric", 29, 2, false}, Read::AsIs, false},
+        {{PG, decimalWord(30, 2), SQL_NUMERIC, "numeric", 30, 2, false}, Read::Text, false},
+        {{PG, INTEGER, SQL_INTEGER, "int4", 10, 0, false}, Read::AsIs, false},
+        {{PG, STRING, SQL_VARCHAR, "varchar", 31, 0, false}, Read::AsIs, false},
+        {{PG, STRING, SQL_VARCHAR, "varchar", 32, 0, false}, Read::AsIs, true},
+        {{PG, STRING, SQL_LONGVARCHAR, "text", 8190, 0, false}, Read::AsIs, true},
+        {{MA, INTEGER, SQL_INTEGER, "integer", 10, 0, true}, Read::Text, false},
+        {{MA, LONG, SQL_BIGINT, "bigint", 20, 0, true}, Read::Text, false},
+        {{MA, LONG, SQL_BIGINT, "bigint", 20, 0, false}, Read::AsIs, false},
+        {{MA, decimalWord(41, 0), SQL_DECIMAL, "decimal", 41, 0, false}, Read::Text, false},
     };
     for (const Case& c : cases) {
-        QueryColumn d;
-        d.sqlType = c.sqlType;
-        d.typeName = c.typeName;
-        d.size = c.size;
-        d.digits = c.digits;
-        d.unsignedInt = c.unsignedInt;
-        const ColumnType t = fromDescription(c.db, c.word, d);
-        const ColumnPlan p = planColumn(c.db, t, c.word, PG, t);
-        const std::string what = std::string(kindName(c.db)) + " " + c.typeName + "(" + std::to_string(c.size) + ")";
+        const ColumnType t = c.col.type();
+        const ColumnPlan p = planColumn(c.col.db, t, c.col.word, PG, t);
+        const std::string what = c.col.label();
         EXPECT_EQ(static_cast<int>(c.read), static_cast<int>(p.read)) << what;
         EXPECT_EQ(c.marked, p.marked) << what;
     }
