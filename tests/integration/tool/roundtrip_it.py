@@ -311,6 +311,12 @@ def column_names(sql):
     return names
 
 
+def ordered_pairs():
+    """Every ordered pair of two different databases."""
+    labels = ["sqlite", "pg", "maria"]
+    return [(src, dst) for src in labels for dst in labels if src != dst]
+
+
 class RoundTrip(unittest.TestCase):
     def make_source(self, label, table):
         client(label, "DROP TABLE IF EXISTS %s" % table)
@@ -318,56 +324,48 @@ class RoundTrip(unittest.TestCase):
         client(label, "INSERT INTO %s VALUES %s" % (table, ", ".join(rows(label))))
 
     def test_every_ordered_pair_copies_exactly(self):
-        labels = ["sqlite", "pg", "maria"]
-        for src in labels:
-            for dst in labels:
-                if src == dst:
-                    continue
-                with self.subTest(src=src, dst=dst):
-                    require(self, src, dst)
-                    # One database holds both sides of the SQLite pairs: the names differ.
-                    source, target = "orl_rt_src", "orl_rt_dst"
-                    self.make_source(src, source)
-                    p = orlodbc(["copy"] + conn_args(src, "from") + conn_args(dst, "to") +
-                                ["--table", source, "--to-table", target, "--create", "--drop-existing"])
-                    self.assertEqual(0, p.returncode, p.stderr)
-                    want, got = read_back(src, source), read_back(dst, target)
-                    for w, g in zip(want, got):
-                        for col, a, b in zip(COLUMNS, w, g):
-                            self.assertEqual(a, b, "%s -> %s: row %s column %s" % (src, dst, w[0], col))
-                    self.assertEqual(len(want), len(got))
-                    cat = catalog(dst, target)
-                    self.assertEqual((True, True), cat["id"][1:])
-                    self.assertTrue(cat["c"][1])
-                    for col, names in FAITHFUL.items():
-                        self.assertEqual(names[dst], cat[col][0], "%s -> %s: %s" % (src, dst, col))
+        for src, dst in ordered_pairs():
+            with self.subTest(src=src, dst=dst):
+                require(self, src, dst)
+                # One database holds both sides of the SQLite pairs: the names differ.
+                source, target = "orl_rt_src", "orl_rt_dst"
+                self.make_source(src, source)
+                p = orlodbc(["copy"] + conn_args(src, "from") + conn_args(dst, "to") +
+                            ["--table", source, "--to-table", target, "--create", "--drop-existing"])
+                self.assertEqual(0, p.returncode, p.stderr)
+                want, got = read_back(src, source), read_back(dst, target)
+                for w, g in zip(want, got):
+                    for col, a, b in zip(COLUMNS, w, g):
+                        self.assertEqual(a, b, "%s -> %s: row %s column %s" % (src, dst, w[0], col))
+                self.assertEqual(len(want), len(got))
+                cat = catalog(dst, target)
+                self.assertEqual((True, True), cat["id"][1:])
+                self.assertTrue(cat["c"][1])
+                for col, names in FAITHFUL.items():
+                    self.assertEqual(names[dst], cat[col][0], "%s -> %s: %s" % (src, dst, col))
 
     def test_texts_of_128_bytes_and_wide_decimals_copy_exactly(self):
-        labels = ["sqlite", "pg", "maria"]
-        for src in labels:
-            for dst in labels:
-                if src == dst:
-                    continue
-                with self.subTest(src=src, dst=dst):
-                    require(self, src, dst)
-                    client(src, "DROP TABLE IF EXISTS orl_rt_wide")
-                    client(src, "CREATE TABLE orl_rt_wide (%s)" % WIDE_DDL[src])
-                    client(src, "INSERT INTO orl_rt_wide VALUES %s" % ", ".join(wide_rows(src)))
-                    want = wide_read_back(src, "orl_rt_wide")
-                    self.assertEqual(len(TEXTS_128) + 1, len(want))
-                    # The source holds what was written, 128 bytes and all.
-                    for row, text in zip(want, TEXTS_128):
-                        self.assertEqual(text, row[1])
-                    p = orlodbc(["copy"] + conn_args(src, "from") + conn_args(dst, "to") +
-                                ["--table", "orl_rt_wide", "--to-table", "orl_rt_wide_dst", "--create",
-                                 "--drop-existing", "--verify"])
-                    self.assertEqual(0, p.returncode, p.stderr)
-                    self.assertIn("verified", p.stdout)
-                    got = wide_read_back(dst, "orl_rt_wide_dst")
-                    self.assertEqual(len(want), len(got))
-                    for w, g in zip(want, got):
-                        for col, a, b in zip(WIDE_COLUMNS, w, g):
-                            self.assertEqual(a, b, "%s -> %s: row %s column %s" % (src, dst, w[0], col))
+        for src, dst in ordered_pairs():
+            with self.subTest(src=src, dst=dst):
+                require(self, src, dst)
+                client(src, "DROP TABLE IF EXISTS orl_rt_wide")
+                client(src, "CREATE TABLE orl_rt_wide (%s)" % WIDE_DDL[src])
+                client(src, "INSERT INTO orl_rt_wide VALUES %s" % ", ".join(wide_rows(src)))
+                want = wide_read_back(src, "orl_rt_wide")
+                self.assertEqual(len(TEXTS_128) + 1, len(want))
+                # The source holds what was written, 128 bytes and all.
+                for row, text in zip(want, TEXTS_128):
+                    self.assertEqual(text, row[1])
+                p = orlodbc(["copy"] + conn_args(src, "from") + conn_args(dst, "to") +
+                            ["--table", "orl_rt_wide", "--to-table", "orl_rt_wide_dst", "--create",
+                             "--drop-existing", "--verify"])
+                self.assertEqual(0, p.returncode, p.stderr)
+                self.assertIn("verified", p.stdout)
+                got = wide_read_back(dst, "orl_rt_wide_dst")
+                self.assertEqual(len(want), len(got))
+                for w, g in zip(want, got):
+                    for col, a, b in zip(WIDE_COLUMNS, w, g):
+                        self.assertEqual(a, b, "%s -> %s: row %s column %s" % (src, dst, w[0], col))
 
     def test_query_sources_copy_exactly(self):
         labels = ["sqlite", "pg", "maria"]
