@@ -182,14 +182,21 @@ PASS long rawRowsPass(SQLHDBC dbc) {
     return rows;
 }
 
-void RawRows(benchmark::State& state, const Dsn* d) {
+// Times `pass` (one whole read on the connection, giving its row count) on a
+// raw connection of its own, with the process's peak memory over the passes.
+template <class Pass>
+void timeRawPasses(benchmark::State& state, const Dsn* d, Pass pass) {
     RawConnection c(*d);
     if (!c.ok) return state.SkipWithError("connect");
     resetPeak();
     for (auto _ : state)
-        if (rawRowsPass(c.dbc) != g_readRows) state.SkipWithError("row count");
+        if (pass(c.dbc) != g_readRows) state.SkipWithError("row count");
     state.counters["peak_MB"] = peakMegabytes();
     state.SetItemsProcessed(state.iterations() * g_readRows);
+}
+
+void RawRows(benchmark::State& state, const Dsn* d) {
+    timeRawPasses(state, d, rawRowsPass);
 }
 
 // Column-wise bound arrays of 1024 rows, C types as above, each row's cells
@@ -289,25 +296,13 @@ PASS long rawTextArraysPass(SQLHDBC dbc, TextArrays& a) {
 }
 
 void RawTextArrays(benchmark::State& state, const Dsn* d) {
-    RawConnection c(*d);
-    if (!c.ok) return state.SkipWithError("connect");
     TextArrays arrays;
-    resetPeak();
-    for (auto _ : state)
-        if (rawTextArraysPass(c.dbc, arrays) != g_readRows) state.SkipWithError("row count");
-    state.counters["peak_MB"] = peakMegabytes();
-    state.SetItemsProcessed(state.iterations() * g_readRows);
+    timeRawPasses(state, d, [&](SQLHDBC dbc) { return rawTextArraysPass(dbc, arrays); });
 }
 
 void RawArrays(benchmark::State& state, const Dsn* d, bool prepared) {
-    RawConnection c(*d);
-    if (!c.ok) return state.SkipWithError("connect");
     Arrays arrays;
-    resetPeak();
-    for (auto _ : state)
-        if (rawArraysPass(c.dbc, arrays, prepared) != g_readRows) state.SkipWithError("row count");
-    state.counters["peak_MB"] = peakMegabytes();
-    state.SetItemsProcessed(state.iterations() * g_readRows);
+    timeRawPasses(state, d, [&](SQLHDBC dbc) { return rawArraysPass(dbc, arrays, prepared); });
 }
 
 // A bulk connection through the driver, with the block properties at `rows`.
