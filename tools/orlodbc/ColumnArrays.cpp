@@ -142,9 +142,13 @@ bool readArrayElements(ClassicLink& target, const Dialect& d, const TableName& t
 
 std::string arrayInsertSql(const Dialect& d, const std::string& quotedTable, const std::vector<std::string>& names,
                            const std::vector<ArrayElement>& elements) {
-    std::string arrays;
-    for (const ArrayElement& e : elements) arrays += (arrays.empty() ? "CAST(? AS " : ", CAST(? AS ") + e.type + "[])";
-    return "INSERT INTO " + quotedTable + " (" + quoteNames(d, names) + ") SELECT * FROM unnest(" + arrays + ")";
+    // One unnest a column in the select list: the server expands them in step, row by row. The same
+    // arrays as the arguments of one unnest in FROM are first gathered whole into a row store, which
+    // measured a sixth dearer at the server.
+    std::string items;
+    for (const ArrayElement& e : elements)
+        items += (items.empty() ? "unnest(CAST(? AS " : ", unnest(CAST(? AS ") + e.type + "[]))";
+    return "INSERT INTO " + quotedTable + " (" + quoteNames(d, names) + ") SELECT " + items;
 }
 
 void appendElement(std::string& out, unsigned int word, const unsigned char* packed) {

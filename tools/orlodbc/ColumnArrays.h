@@ -1,5 +1,5 @@
 // Rows into PostgreSQL as column arrays: one statement a batch,
-//   INSERT INTO t (c1, ..., cn) SELECT * FROM unnest(CAST(? AS type1[]), ..., CAST(? AS typen[]))
+//   INSERT INTO t (c1, ..., cn) SELECT unnest(CAST(? AS type1[])), ..., unnest(CAST(? AS typen[]))
 // with one text parameter a column holding that column's values of the batch
 // as an array literal. The server parses one long text a column instead of
 // thousands of parameters and VALUES groups, which multi-row INSERTs can't

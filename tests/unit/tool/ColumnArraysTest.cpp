@@ -190,8 +190,8 @@ TEST(ColumnArrays, TheInsertCastsToTypesWithoutModifiers) {
     ArrayElement a, b;
     a.type = "pg_catalog.int4";
     b.type = "pg_catalog.bpchar";
-    EXPECT_EQ("INSERT INTO \"s\".\"t\" (\"id\", \"a\"\"b\") SELECT * FROM unnest(CAST(? AS pg_catalog.int4[]), "
-              "CAST(? AS pg_catalog.bpchar[]))",
+    EXPECT_EQ("INSERT INTO \"s\".\"t\" (\"id\", \"a\"\"b\") SELECT unnest(CAST(? AS pg_catalog.int4[])), "
+              "unnest(CAST(? AS pg_catalog.bpchar[]))",
               arrayInsertSql(pg, "\"s\".\"t\"", {"id", "a\"b"}, {a, b}));
 }
 
