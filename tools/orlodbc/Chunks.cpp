@@ -15,11 +15,22 @@ std::string chunkCondition(const std::string& key, const KeyChunk& c) {
     return key + " IS NOT NULL";
 }
 
-std::string nextBoundSql(const std::string& key, const std::string& source, bool first, int64_t after, long rows) {
-    // LIMIT reads the same on the three databases; the derived table needs its alias on PostgreSQL.
-    return "SELECT MAX(orl_k), COUNT(*) FROM (SELECT " + key + " AS orl_k FROM " + source + " WHERE " +
-           (first ? key + " IS NOT NULL" : key + " > " + std::to_string(after)) + " ORDER BY " + key + " LIMIT " +
-           std::to_string(rows) + ") orl_keys";
+namespace {
+
+std::string keysAfter(const std::string& key, bool first, int64_t after) {
+    return first ? key + " IS NOT NULL" : key + " > " + std::to_string(after);
+}
+
+} // namespace
+
+std::string nthKeySql(const std::string& key, const std::string& source, bool first, int64_t after, long rows) {
+    // LIMIT and OFFSET read the same on the three databases.
+    return "SELECT " + key + " FROM " + source + " WHERE " + keysAfter(key, first, after) + " ORDER BY " + key +
+           " LIMIT 1 OFFSET " + std::to_string(rows - 1);
+}
+
+std::string restOfKeysSql(const std::string& key, const std::string& source, bool first, int64_t after) {
+    return "SELECT MAX(" + key + "), COUNT(*) FROM " + source + " WHERE " + keysAfter(key, first, after);
 }
 
 bool walkChunks(const BoundQuery& bound, long rows, uint64_t nullRows, std::vector<KeyChunk>& chunks) {
@@ -67,7 +78,18 @@ bool sourceChunks(BulkLink& probe, const std::string& key, const std::string& so
         nullRows = nulls[0] ? 0 : static_cast<uint64_t>(v[0]);
     }
     const BoundQuery bound = [&](bool first, int64_t after, bool& empty, int64_t& last, uint64_t& count) {
-        if (!readLongs(probe, nextBoundSql(key, source, first, after, rows), v, nulls)) return false;
+        std::vector<int64_t> nth(1);
+        std::vector<bool> nthNull(1);
+        bool found = false;
+        if (!readLongsIfAny(probe, nthKeySql(key, source, first, after, rows), nth, nthNull, found)) return false;
+        if (found && !nthNull[0]) {
+            empty = false;
+            last = nth[0];
+            count = static_cast<uint64_t>(rows);
+            return true;
+        }
+        // Fewer than a chunk's keys are left: the last chunk, counted whole.
+        if (!readLongs(probe, restOfKeysSql(key, source, first, after), v, nulls)) return false;
         empty = nulls[0];
         last = v[0];
         count = static_cast<uint64_t>(v[1]);

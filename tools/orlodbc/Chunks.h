@@ -2,10 +2,10 @@
 // than a chunk of rows at once: several ODBC drivers keep a whole result in
 // memory unless their data source says otherwise.
 //
-// Chunks are found by keyset walking: each chunk's last key is the MAX of the
-// next `rows` keys after the previous chunk's last key. Unlike ranges cut
-// from MIN..MAX, this gives chunks of exactly `rows` rows however sparse or
-// skewed the keys are, and each bound is one query over the key's index.
+// Chunks are found by keyset walking: each chunk's last key is the `rows`-th
+// key after the previous chunk's last key. Unlike ranges cut from MIN..MAX,
+// this gives chunks of exactly `rows` rows however sparse or skewed the keys
+// are, and each bound is one query over the key's index.
 #pragma once
 #include <cstdint>
 #include <functional>
@@ -30,12 +30,17 @@ struct KeyChunk {
 // The WHERE condition of a chunk on the key written `quotedKey`.
 std::string chunkCondition(const std::string& quotedKey, const KeyChunk& chunk);
 
-// The query of the next chunk's last key and row count: the `rows` smallest
-// keys of `source` above `after` (all keys when `first`).
-std::string nextBoundSql(const std::string& quotedKey, const std::string& source, bool first, int64_t after,
-                         long rows);
+// The `rows`-th smallest key of `source` above `after` (of all keys when
+// `first`): the last key of a full chunk. An index walk that stops there,
+// where a MAX and COUNT over the same keys made some databases gather them
+// first (MariaDB: 24 ms a chunk of 50,000 against 5 ms).
+std::string nthKeySql(const std::string& quotedKey, const std::string& source, bool first, int64_t after,
+                      long rows);
 
-// Answers nextBoundSql: false when the query failed; `empty` when no key is left.
+// MAX and COUNT of the keys above `after`: the last chunk, when nthKeySql found no row.
+std::string restOfKeysSql(const std::string& quotedKey, const std::string& source, bool first, int64_t after);
+
+// The next chunk's last key and row count: false when the query failed; `empty` when no key is left.
 typedef std::function<bool(bool first, int64_t after, bool& empty, int64_t& last, uint64_t& count)> BoundQuery;
 
 // The chunks of a key, walked with `bound`: the rows without a key first

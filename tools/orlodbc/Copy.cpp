@@ -168,6 +168,12 @@ private:
     }
     bool splitByColumn();
     bool chunkSource();
+    // Column j is the whole primary key, so no two rows share its value.
+    bool soleKey(int j) const {
+        const std::vector<SourceColumn>& columns = read_.plan.columns;
+        if (j < 0 || static_cast<size_t>(j) >= columns.size() || !columns[j].key) return false;
+        return std::count_if(columns.begin(), columns.end(), [](const SourceColumn& c) { return c.key; }) == 1;
+    }
     void chooseColumnArrays();
 
     DriverHost& host_;
@@ -452,7 +458,10 @@ bool CopyRun::divideWork() {
         if (!nulls[0] && !nulls[1]) work_.conditions = splitConditions(work_.splitKey, v[0], v[1], o_.jobs);
     }
     if (work_.conditions.empty()) work_.conditions.push_back("");
-    if (o_.query.empty()) {
+    // One job walking a unique key counts the rows as it finds the chunks: a second count would only cost
+    // another pass over the table (a quarter of a second a million rows on MariaDB).
+    const bool countedByChunks = work_.chunkColumn >= 0 && o_.jobs <= 1 && soleKey(work_.chunkColumn);
+    if (o_.query.empty() && !countedByChunks) {
         // Counting a table is cheap enough for a percentage and for the check of the jobs' sum; a query may not be.
         std::vector<int64_t> v(1);
         std::vector<bool> nulls(1);
@@ -460,6 +469,11 @@ bool CopyRun::divideWork() {
         if (work_.counted) work_.total = static_cast<uint64_t>(v[0]);
     }
     if (work_.chunkColumn >= 0 && !chunkSource()) return false;
+    if (o_.query.empty() && countedByChunks) {
+        work_.total = 0;
+        for (const KeyChunk& c : work_.chunks) work_.total += c.rows;
+        work_.counted = true;
+    }
     // Nothing of the set-up stays open: an embedded database locks its file for an open read.
     probe_->connection()->rollback(probe_->error());
     return true;

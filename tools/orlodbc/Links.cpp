@@ -139,13 +139,21 @@ bool shapeOf(BulkLink& link, PreparedStatement* st, Shape& shape) {
 }
 
 bool readLongs(BulkLink& link, const std::string& sql, std::vector<int64_t>& values, std::vector<bool>& nulls) {
+    bool found = false;
+    if (!readLongsIfAny(link, sql, values, nulls, found)) return false;
+    return found || link.fail("no row from: " + sql);
+}
+
+bool readLongsIfAny(BulkLink& link, const std::string& sql, std::vector<int64_t>& values, std::vector<bool>& nulls,
+                    bool& found) {
+    found = false;
     const int n = static_cast<int>(values.size());
     std::vector<unsigned int> words(values.size(), LONG);
     Statement st(link, link.connection()->createPreparedStatement(sql.c_str(), n, words.data(), false, link.error()));
     if (st.get() == nullptr || st->execute(link.error()) != 0) return link.failRecord();
     bool more = false;
     if (st->nextResultSet(more, link.error()) != 0 || st->hasMoreData(more, link.error()) != 0) return link.failRecord();
-    if (!more) return link.fail("no row from: " + sql);
+    if (!more) return true;
     std::vector<DataValue> row(values.size());
     for (DataValue& v : row) v.isNull = false;
     if (st->nextRow(row, link.error()) != 0) return link.failRecord();
@@ -153,6 +161,7 @@ bool readLongs(BulkLink& link, const std::string& sql, std::vector<int64_t>& val
         nulls[j] = row[j].isNull;
         values[j] = row[j].isNull ? 0 : row[j].int64Value;
     }
+    found = true;
     return true;
 }
 

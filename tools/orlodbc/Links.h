@@ -115,4 +115,8 @@ bool shapeOf(BulkLink& link, KORVEL::Orl::DB::PreparedStatement* st, Shape& shap
 // whatever integer type the database answers in) and gives its first row.
 bool readLongs(BulkLink& link, const std::string& sql, std::vector<int64_t>& values, std::vector<bool>& nulls);
 
+// readLongs for a query that may give no row: then true with `found` false.
+bool readLongsIfAny(BulkLink& link, const std::string& sql, std::vector<int64_t>& values, std::vector<bool>& nulls,
+                    bool& found);
+
 } // namespace orlodbc
