@@ -42,7 +42,7 @@ struct CopyOptions {
 int defaultRowsPerStatement(const Dialect& target);
 
 // Rows a statement of column arrays carries when the user didn't say.
-constexpr int kArrayRowsPerStatement = 10000;
+constexpr int kArrayRowsPerStatement = 25000;
 
 // Returns the exit status: 0 done (and verified), 1 failed, 2 bad usage or set-up.
 // The summary goes to `out`, failures to `err`.

@@ -133,6 +133,14 @@ class Copy(unittest.TestCase):
             sums[jobs] = re.search(r"checksum ([0-9a-f]+)", p.stdout).group(1)
         self.assertEqual(sums["1"], sums["4"])
         self.assertEqual(sums["1"], sums["3"])
+        # A key that repeats across the bound of a chunk: every row once, and the count check holds.
+        sql("sqlite", "UPDATE orl_tool_split SET id = id / 3 WHERE id IS NOT NULL")
+        for jobs in ("1", "2"):
+            with self.subTest(jobs=jobs):
+                p = self.copy("sqlite", "pg", "orl_tool_split", "--create", "--drop-existing", "--verify",
+                              "--jobs", jobs, "--split-by", "id", "--chunk-rows", "7")
+                self.assertIn("copied 5001 rows", p.stdout)
+                self.assertEqual(5001, count("pg", "orl_tool_split"))
 
     def test_multi_row_inserts_write_what_row_arrays_write(self):
         # 1,003 rows: two full statements of 500 and a short last one.
@@ -144,7 +152,7 @@ class Copy(unittest.TestCase):
             "datetime(1700000000 + x, 'unixepoch') FROM c")
         sums = {}
         for rows, shown in (("0", "row arrays of 1024"), (None, "INSERTs of up to 500 rows"),
-                            ("7", "INSERTs of up to 7 rows"), ("arrays", "column arrays of up to 10,000 rows")):
+                            ("7", "INSERTs of up to 7 rows"), ("arrays", "column arrays of up to 25,000 rows")):
             with self.subTest(rows=rows):
                 extra = ["--create", "--drop-existing", "--verify"]
                 if rows != "arrays":
