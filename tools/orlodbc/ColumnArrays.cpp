@@ -1,7 +1,7 @@
 #include "tools/orlodbc/ColumnArrays.h"
 
+#include <algorithm>
 #include <charconv>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <initializer_list>
@@ -60,21 +60,21 @@ void appendQuoted(std::string& out, const char* text, size_t n) {
 
 // The year before 1 is 1 BC in PostgreSQL's words, where the calendar text
 // counts it as year 0 and goes on to -1, -2.
-void appendMoment(std::string& out, const std::string& text) {
-    const bool negative = text[0] == '-';
-    const size_t dash = text.find('-', negative ? 1 : 0);
-    long long year = std::stoll(text.substr(0, dash));
+void appendMoment(std::string& out, const char* text, const char* end) {
+    const char* const dash = std::find(text + (*text == '-' ? 1 : 0), end, '-');
+    long long year = 0;
+    std::from_chars(text, dash, year);
+    out += '"';
     if (year > 0) {
-        out += '"';
-        out += text;
+        out.append(text, static_cast<size_t>(end - text));
         out += '"';
         return;
     }
     char head[24];
-    std::snprintf(head, sizeof head, "%04lld", 1 - year);
-    out += '"';
-    out += head;
-    out.append(text, dash, std::string::npos);
+    const char* const headEnd = std::to_chars(head, head + sizeof head, 1 - year).ptr;
+    for (ptrdiff_t n = headEnd - head; n < 4; ++n) out += '0';
+    out.append(head, static_cast<size_t>(headEnd - head));
+    out.append(dash, static_cast<size_t>(end - dash));
     out += " BC\"";
 }
 
@@ -195,12 +195,18 @@ void appendElement(std::string& out, unsigned int word, const unsigned char* pac
         out += '"';
         return;
     }
-    case DATE: appendMoment(out, timestampText(read64(packed) * 1000000)); return;
-    case TIMESTAMP: appendMoment(out, timestampText(read64(packed) * 1000)); return;
-    case BIGDATETIME: appendMoment(out, timestampText(read64(packed))); return;
+    case DATE:
+    case TIMESTAMP:
+    case BIGDATETIME: {
+        const int64_t scale = typeOf(word) == DATE ? 1000000 : typeOf(word) == TIMESTAMP ? 1000 : 1;
+        char text[kMomentChars];
+        appendMoment(out, text, putTimestamp(text, read64(packed) * scale));
+        return;
+    }
     case TIME: {
+        char text[kMomentChars];
         out += '"';
-        out += timeText(read64(packed) * 1000000);
+        out.append(text, putTime(text, read64(packed) * 1000000));
         out += '"';
         return;
     }

@@ -1,9 +1,9 @@
 #include "tools/orlodbc/ValueText.h"
 
+#include <algorithm>
 #include <cctype>
 #include <charconv>
 #include <cmath>
-#include <cstdio>
 
 namespace orlodbc {
 
@@ -36,36 +36,51 @@ Civil civilFromDays(int64_t days) {
     return {yearOfEra + era * 400 + (month <= 2 ? 1 : 0), month, day};
 }
 
-std::string dayText(int64_t days) {
+// Writes v in decimal, zero-padded to at least `width` digits; returns the end.
+char* putDigits(char* p, uint64_t v, int width) {
+    char digits[20];
+    char* const end = std::to_chars(digits, digits + sizeof digits, v).ptr;
+    for (int n = static_cast<int>(end - digits); n < width; ++n) *p++ = '0';
+    return std::copy(digits, end, p);
+}
+
+// Formatting by hand: these run for every date and time a copy writes as
+// column arrays, where snprintf took a ninth of a table's copy.
+char* putDay(char* p, int64_t days) {
     const Civil c = civilFromDays(days);
-    char text[32];
-    std::snprintf(text, sizeof text, c.year < 0 ? "%05lld-%02d-%02d" : "%04lld-%02d-%02d",
-                  static_cast<long long>(c.year), c.month, c.day);
-    return text;
+    if (c.year < 0) *p++ = '-';
+    p = putDigits(p, static_cast<uint64_t>(c.year < 0 ? -c.year : c.year), 4);
+    *p++ = '-';
+    p = putDigits(p, static_cast<uint64_t>(c.month), 2);
+    *p++ = '-';
+    return putDigits(p, static_cast<uint64_t>(c.day), 2);
 }
 
 // "HH:MM:SS" and the fraction of microseconds from midnight; the hours go
 // on past 23 for a span longer than a day.
-std::string clockText(int64_t micros) {
-    std::string sign;
+char* putClock(char* p, int64_t micros) {
+    uint64_t m = static_cast<uint64_t>(micros);
     if (micros < 0) {
-        sign = "-";
-        micros = -micros;
+        *p++ = '-';
+        m = 0 - m;
     }
-    const int64_t seconds = micros / kMicrosPerSecond;
-    char text[48];
-    int n = std::snprintf(text, sizeof text, "%02lld:%02d:%02d", static_cast<long long>(seconds / 3600),
-                          static_cast<int>(seconds / 60 % 60), static_cast<int>(seconds % 60));
-    int64_t fraction = micros % kMicrosPerSecond;
+    const uint64_t seconds = m / kMicrosPerSecond;
+    p = putDigits(p, seconds / 3600, 2);
+    *p++ = ':';
+    p = putDigits(p, seconds / 60 % 60, 2);
+    *p++ = ':';
+    p = putDigits(p, seconds % 60, 2);
+    uint64_t fraction = m % kMicrosPerSecond;
     if (fraction != 0) {
         int digits = 6;
         while (fraction % 10 == 0) {
             fraction /= 10;
             --digits;
         }
-        std::snprintf(text + n, sizeof text - n, ".%0*lld", digits, static_cast<long long>(fraction));
+        *p++ = '.';
+        p = putDigits(p, fraction, digits);
     }
-    return sign + text;
+    return p;
 }
 
 } // namespace
@@ -91,14 +106,31 @@ std::string realText(double value) {
     return out;
 }
 
-std::string dateText(int64_t micros) { return dayText(floorDiv(micros, kMicrosPerDay)); }
+char* putDate(char* out, int64_t micros) { return putDay(out, floorDiv(micros, kMicrosPerDay)); }
 
-std::string timestampText(int64_t micros) {
+char* putTimestamp(char* out, int64_t micros) {
     const int64_t days = floorDiv(micros, kMicrosPerDay);
-    return dayText(days) + " " + clockText(micros - days * kMicrosPerDay);
+    char* p = putDay(out, days);
+    *p++ = ' ';
+    return putClock(p, micros - days * kMicrosPerDay);
 }
 
-std::string timeText(int64_t micros) { return clockText(micros); }
+char* putTime(char* out, int64_t micros) { return putClock(out, micros); }
+
+std::string dateText(int64_t micros) {
+    char text[kMomentChars];
+    return std::string(text, putDate(text, micros));
+}
+
+std::string timestampText(int64_t micros) {
+    char text[kMomentChars];
+    return std::string(text, putTimestamp(text, micros));
+}
+
+std::string timeText(int64_t micros) {
+    char text[kMomentChars];
+    return std::string(text, putTime(text, micros));
+}
 
 int booleanFromText(const std::string& text) {
     std::string word;

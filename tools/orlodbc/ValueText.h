@@ -2,6 +2,7 @@
 // whatever database it came from and whatever zone the machine is in, and
 // exact, so that a reader parses back the very value the database holds.
 #pragma once
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -27,6 +28,13 @@ std::string realText(double value);
 std::string dateText(int64_t micros);
 std::string timestampText(int64_t micros);
 std::string timeText(int64_t micros);
+
+// The same written into `out`, which holds kMomentChars; each returns the
+// end of what it wrote (no NUL).
+constexpr size_t kMomentChars = 64;
+char* putDate(char* out, int64_t micros);
+char* putTimestamp(char* out, int64_t micros);
+char* putTime(char* out, int64_t micros);
 
 // What a database's text of a boolean says: 1 true, 0 false, -1 neither.
 // Takes the spellings the ODBC drivers hand out for a boolean described as

@@ -193,6 +193,8 @@ TEST(QueryOutput, DatesAndTimesInUtcWithTheirFraction) {
         {-2208988800LL * s, "1900-01-01", "1900-01-01 00:00:00"},
         {(253402214400LL + 86399) * s + 999999, "9999-12-31", "9999-12-31 23:59:59.999999"},
         {-62135596800LL * s, "0001-01-01", "0001-01-01 00:00:00"},
+        {-62167219200LL * s - 1, "-0001-12-31", "-0001-12-31 23:59:59.999999"},  // the calendar's year 0 before it
+        {253402300800LL * s + 7, "10000-01-01", "10000-01-01 00:00:00.000007"},
     };
     for (const Case& c : cases) {
         EXPECT_EQ(c.date, orlodbc::dateText(c.micros)) << c.micros;
