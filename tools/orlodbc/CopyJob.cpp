@@ -162,6 +162,7 @@ private:
         if (sel->execute(src_.error()) != 0 || sel->nextResultSet(more, src_.error()) != 0) return src_.failRecord();
         Block block;
         block.range = range;
+        batchFill_ = 0;  // the writer sends a batch at a chunk's end
         while (!stopped()) {
             if (sel->hasMoreData(more, src_.error()) != 0) return src_.failRecord();
             if (!more) break;
@@ -177,6 +178,9 @@ private:
             if (block.rows.size() >= cutAt(commitEvery)) {
                 writeTexts(block);
                 handed_ += block.rows.size();
+                batchFill_ += block.rows.size();
+                // The writer sends what it holds with a commit.
+                if (commitEvery > 0 && handed_ % static_cast<uint64_t>(commitEvery) == 0) batchFill_ = 0;
                 hand(std::move(block));
                 block = Block();
                 block.range = range;
@@ -221,11 +225,15 @@ private:
         for (const RowPtr& r : block.rows) block.texts->add(r.get());
     }
 
-    // Rows in the block being filled when it is handed over.
+    // Rows in the block being filled when it is handed over. Into column
+    // arrays a block also ends where the writer's batch fills, so that a
+    // batch goes whole and not as a full one and a few rows after it.
     size_t cutAt(long commitEvery) const {
         long room = plan_.batch;
-        if (!plan_.arraySql.empty() && static_cast<long>(plan_.arrayRows) < room)
-            room = static_cast<long>(plan_.arrayRows);
+        if (!plan_.arraySql.empty() && plan_.arrayRows > 0) {
+            const long left = static_cast<long>(plan_.arrayRows - batchFill_ % plan_.arrayRows);
+            if (left < room) room = left;
+        }
         if (commitEvery > 0) {
             const long due = commitEvery - static_cast<long>(handed_ % static_cast<uint64_t>(commitEvery));
             if (due < room) room = due;
@@ -384,6 +392,7 @@ private:
     // The reader's counts: rows read, and of them handed over in blocks.
     uint64_t read_ = 0;
     uint64_t handed_ = 0;
+    size_t batchFill_ = 0;  // rows of the writer's batch of column arrays the reader has handed
     size_t badColumn_ = 0;
     std::mutex mutex_;
     std::condition_variable moved_;  // a block handed over or taken, or the writer gone

@@ -124,8 +124,9 @@ class ColumnArrays(unittest.TestCase):
                      "FROM generate_series(1, 1003) x")
         client("pg", "ALTER TABLE orl_ar_bad ADD PRIMARY KEY (id)")
         # The 550th row, zero-based 549, is in the batch of rows 500 to 599.
-        # Read in chunks the copy commits at chunk ends only; read whole, every 250 rows.
-        for extra, kept in (([], 0), (["--chunk-rows", "0", "--commit-every", "250"], 500)):
+        # Read in chunks the copy commits at chunk ends only; read whole, every 250 rows. Blocks of
+        # 64 rows still make whole batches of 100.
+        for extra, kept in (([], 0), (["--chunk-rows", "0", "--commit-every", "250"], 500), (["--batch", "64"], 0)):
             with self.subTest(extra=extra):
                 client("pg", "DROP TABLE IF EXISTS orl_ar_bad_dst")
                 client("pg", "CREATE TABLE orl_ar_bad_dst (id integer, v text CHECK (length(v) < 4))")
