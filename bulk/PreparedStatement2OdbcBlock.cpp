@@ -34,10 +34,13 @@ bool getsBlock(unsigned int word) {
 }
 
 // A text or binary column described above this size (characters or bytes),
-// and a long text or binary of any size, keeps its statement on the
-// row-at-a-time reads: a block holds every value at its full room for each
-// of its rows, so room times rows is its memory.
+// and a long text or binary of any size, gets kLongCellRoom in a block where
+// the driver can put its cursor on a row of the block to read a longer value
+// again; elsewhere it keeps its statement on the row-at-a-time reads. A block
+// holds every value at its full room for each of its rows, so room times rows
+// is its memory.
 constexpr SQLULEN kBlockColumnLimit = 1024;
+constexpr SQLLEN kLongCellRoom = 256;
 // Least room of a text or binary cell. SQLite doesn't hold values to their
 // declared size; a short value that outgrows a tiny declaration still fits
 // without being read again. Not more: SQLite's driver pads every cell to it.
@@ -58,7 +61,8 @@ bool isLong(SQLSMALLINT sqlType) {
 // The block form of a column of `kind`; false when it has none. The C types
 // and the decimal room are those its row-path fetcher asks SQLGetData for.
 // With `textNumbers`, integers and times are bound as text and converted here.
-bool blockColumnOf(ColumnKind kind, const P::DATA_XFER_SETTINGS& c, bool textNumbers, BlockColumn& out) {
+bool blockColumnOf(ColumnKind kind, const P::DATA_XFER_SETTINGS& c, bool textNumbers, bool rereads,
+                   BlockColumn& out) {
     out = BlockColumn();
     switch (kind) {
     case ColumnKind::None: return true;  // never read: NULL in every row
@@ -83,10 +87,13 @@ bool blockColumnOf(ColumnKind kind, const P::DATA_XFER_SETTINGS& c, bool textNum
     case ColumnKind::DecimalText: out = {CellKind::Decimal, SQL_C_CHAR, kDecimalTextRoom}; return true;
     case ColumnKind::Text:
     case ColumnKind::Binary: {
-        if (isLong(c.sqlDataType) || c.columnSize == 0 || c.columnSize > kBlockColumnLimit) return false;
+        const bool unbounded = isLong(c.sqlDataType) || c.columnSize == 0 || c.columnSize > kBlockColumnLimit;
+        if (unbounded && !rereads) return false;
         // A text's room: four bytes a character (UTF-8 at its widest) and the NUL.
         const bool text = kind == ColumnKind::Text;
-        const SQLLEN room = text ? static_cast<SQLLEN>(4 * c.columnSize + 1) : static_cast<SQLLEN>(c.columnSize);
+        const SQLLEN room = unbounded ? kLongCellRoom
+                            : text    ? static_cast<SQLLEN>(4 * c.columnSize + 1)
+                                      : static_cast<SQLLEN>(c.columnSize);
         out = {text ? CellKind::Text : CellKind::Binary, static_cast<SQLSMALLINT>(text ? SQL_C_CHAR : SQL_C_BINARY),
                room < kLeastCellRoom ? kLeastCellRoom : room};
         return true;
@@ -137,8 +144,9 @@ void PreparedStatement2Odbc::setUpRowBlock() {
         std::unique_ptr<RowBlock> block(new RowBlock);
         block->columns.resize(columns.size());
         const bool textNumbers = readsNumbersAsText(connection->handle());
+        const bool rereads = repositionsInBlocks(connection->handle());
         for (size_t j = 0; j < columns.size(); ++j)
-            if (!blockColumnOf(kinds[j], columns[j], textNumbers, block->columns[j])) return;
+            if (!blockColumnOf(kinds[j], columns[j], textNumbers, rereads, block->columns[j])) return;
         if (!block->allocate(rows)) return;
         rowBlock = std::move(block);
     } catch (const std::bad_alloc&) {
