@@ -98,6 +98,16 @@ bool sourceChunks(BulkLink& probe, const std::string& key, const std::string& so
     return walkChunks(bound, rows, nullRows, chunks);
 }
 
+int soleKeyColumn(const std::vector<SourceColumn>& columns) {
+    int key = -1;
+    for (size_t j = 0; j < columns.size(); ++j) {
+        if (!columns[j].key) continue;
+        if (key >= 0) return kSeveralKeyColumns;
+        key = static_cast<int>(j);
+    }
+    return key;
+}
+
 int chunkKey(const std::vector<SourceColumn>& columns, const std::vector<unsigned int>& words,
              const std::string& splitBy, int splitColumn, std::string& why) {
     auto integer = [&](size_t j) {
@@ -124,14 +134,10 @@ int chunkKey(const std::vector<SourceColumn>& columns, const std::vector<unsigne
         }
         return splitColumn;
     }
-    int key = -1;
-    for (size_t j = 0; j < columns.size(); ++j) {
-        if (!columns[j].key) continue;
-        if (key >= 0) {
-            why = "its primary key has more than one column; name an integer column with --split-by";
-            return -1;
-        }
-        key = static_cast<int>(j);
+    const int key = soleKeyColumn(columns);
+    if (key == kSeveralKeyColumns) {
+        why = "its primary key has more than one column; name an integer column with --split-by";
+        return -1;
     }
     if (key < 0) {
         why = "it has no primary key; name an integer column with --split-by";

@@ -55,6 +55,11 @@ bool walkChunks(const BoundQuery& bound, long rows, uint64_t nullRows, std::vect
 bool sourceChunks(BulkLink& probe, const std::string& key, const std::string& source, bool nullable, long rows,
                   std::vector<KeyChunk>& chunks);
 
+// The column that is the whole primary key: -1 without a key,
+// kSeveralKeyColumns when the key has more than one column.
+constexpr int kSeveralKeyColumns = -2;
+int soleKeyColumn(const std::vector<SourceColumn>& columns);
+
 // Which column a copy reads in chunks: the one named by --split-by, else the
 // source's primary key when it is a single integer column. -1 with `why`
 // when there is none.
